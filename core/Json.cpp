@@ -1,0 +1,92 @@
+// The rapidjson assertion hook, depth-limited parsing and serialisation.
+#include "core/Json.h"
+
+#include <corvconfigstore/Exceptions.h>
+
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
+
+namespace CorvConfigStore {
+
+void ThrowJsonAssertion(const char* file, int line, const char* expression) {
+  std::string message = std::string("JSON error:\"") + file + "\":" + std::to_string(line) +
+                        ": " + expression;
+  throw ConfigStoreException(CS_ERR_JSON, message.c_str());
+}
+
+namespace {
+
+// Forwards parse events to the document and refuses nesting beyond the
+// limit.
+class DepthLimitedHandler {
+ public:
+  explicit DepthLimitedHandler(JsonDocument& document) : document_(document) {}
+
+  bool Null() { return document_.Null(); }
+  bool Bool(bool b) { return document_.Bool(b); }
+  bool Int(int i) { return document_.Int(i); }
+  bool Uint(unsigned u) { return document_.Uint(u); }
+  bool Int64(int64_t i) { return document_.Int64(i); }
+  bool Uint64(uint64_t u) { return document_.Uint64(u); }
+  bool Double(double d) { return document_.Double(d); }
+  bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) {
+    return document_.RawNumber(s, n, copy);
+  }
+  bool String(const char* s, rapidjson::SizeType n, bool copy) {
+    return document_.String(s, n, copy);
+  }
+  bool Key(const char* s, rapidjson::SizeType n, bool copy) { return document_.Key(s, n, copy); }
+  bool StartObject() { return Enter() && document_.StartObject(); }
+  bool EndObject(rapidjson::SizeType n) {
+    --depth_;
+    return document_.EndObject(n);
+  }
+  bool StartArray() { return Enter() && document_.StartArray(); }
+  bool EndArray(rapidjson::SizeType n) {
+    --depth_;
+    return document_.EndArray(n);
+  }
+
+  bool TooDeep() const { return tooDeep_; }
+
+ private:
+  bool Enter() {
+    if (++depth_ > kMaxJsonDepth) tooDeep_ = true;
+    return !tooDeep_;
+  }
+
+  JsonDocument& document_;
+  int depth_ = 0;
+  bool tooDeep_ = false;
+};
+
+}  // namespace
+
+bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
+  rapidjson::Reader reader;
+  DepthLimitedHandler handler(document);
+  auto generate = [&](JsonDocument&) {
+    rapidjson::MemoryStream stream(text, length);
+    return !reader.Parse<rapidjson::kParseIterativeFlag>(stream, handler).IsError();
+  };
+  document.SetNull();
+  document.Populate(generate);
+  if (!reader.HasParseError()) return true;
+  document.SetNull();
+  if (error != nullptr) {
+    std::string reason = handler.TooDeep()
+                             ? "nesting deeper than " + std::to_string(kMaxJsonDepth) + " levels"
+                             : rapidjson::GetParseError_En(reader.GetParseErrorCode());
+    *error = reason + " at offset " + std::to_string(reader.GetErrorOffset());
+  }
+  return false;
+}
+
+std::string JsonToString(const JsonValue& value) {
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+  value.Accept(writer);
+  return std::string(buffer.GetString(), buffer.GetSize());
+}
+
+}  // namespace CorvConfigStore

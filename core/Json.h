@@ -1,0 +1,46 @@
+// The one way every file of the library includes rapidjson: its assertion
+// hook is defined here, identically for every translation unit, to throw
+// ConfigStoreException 1082 ("JSON error:" "file":line: expression) instead
+// of aborting the process.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace CorvConfigStore {
+[[noreturn]] void ThrowJsonAssertion(const char* file, int line, const char* expression);
+}  // namespace CorvConfigStore
+
+#ifdef RAPIDJSON_ASSERT
+#error "rapidjson must be included through core/Json.h only"
+#endif
+#define RAPIDJSON_ASSERT(x) \
+  ((x) ? static_cast<void>(0) : ::CorvConfigStore::ThrowJsonAssertion(__FILE__, __LINE__, #x))
+#define RAPIDJSON_HAS_STDSTRING 1
+
+#include <rapidjson/document.h>
+#include <rapidjson/error/en.h>
+#include <rapidjson/pointer.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+namespace CorvConfigStore {
+
+using JsonValue = rapidjson::Value;
+using JsonDocument = rapidjson::Document;
+using JsonAllocator = rapidjson::Document::AllocatorType;
+
+// Deepest nesting of arrays and objects accepted in JSON text. Deeper text
+// is refused at parse time, so no later recursive walk can exhaust the stack.
+constexpr int kMaxJsonDepth = 256;
+
+// Parses text as exactly one JSON value (blanks, tabs, carriage returns and
+// line feeds around it allowed) into document, without recursion and with
+// the nesting limit. On failure returns false, leaves the document null and
+// describes the fault in *error ("<reason> at offset N").
+bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error);
+
+// Compact JSON text of a value.
+std::string JsonToString(const JsonValue& value);
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,19 @@
+// The fixed-message throw routines shared across the library.
+#include "core/Throw.h"
+
+namespace CorvConfigStore {
+
+void ThrowBeginTransactionFailed(const char* operation) {
+  ThrowGeneral(std::string("Begin Transaction failed for: ") + operation);
+}
+
+void ThrowInvalidType(const char* name) {
+  std::string message = std::string("Invalid type specified for: ") + name;
+  throw InvalidTypeException(CS_ERR_GENERAL, message.c_str());
+}
+
+void ThrowGeneral(const std::string& message) {
+  throw ConfigStoreException(CS_ERR_GENERAL, message.c_str());
+}
+
+}  // namespace CorvConfigStore

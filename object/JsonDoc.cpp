@@ -1,0 +1,93 @@
+// Path resolution, document factories and generated-id removal.
+#include "object/JsonDoc.h"
+
+#include <corvconfigstore/Logger.h>
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "core/Throw.h"
+#include "platform/ConfigStoreDocument.h"
+
+namespace CorvConfigStore {
+
+const char* const kGeneratedIdProperty = "cs_generated_id";
+
+JsonDoc::JsonDoc(std::shared_ptr<JsonDocument> document, std::vector<JsonNode> path)
+    : document_(std::move(document)),
+      allocator_(document_, &document_->GetAllocator()),
+      path_(std::move(path)) {}
+
+JsonValue* JsonDoc::GetJsonValuePtr() const {
+  JsonValue* current = document_.get();
+  for (const JsonNode& step : path_) {
+    if (!ConfigStoreDocument::ValueExists(*current, step.name.c_str())) {
+      CSLogger::Log(0, "Cannot find subobject %s", step.name.c_str());
+      ThrowGeneral("Subobject does not exists.");
+    }
+    current = &(*current)[step.name.c_str()];
+    if (!current->IsArray()) continue;
+    JsonValue* found = nullptr;
+    for (JsonValue& element : current->GetArray()) {
+      const JsonValue& id = element[step.idKey.c_str()];
+      if (std::string(id.GetString(), id.GetStringLength()) == step.idValue) {
+        found = &element;
+        break;
+      }
+    }
+    if (found == nullptr) {
+      CSLogger::Log(0, "Cannot find subobject instance %s=%s", step.idKey.c_str(),
+                    step.idValue.c_str());
+      ThrowGeneral("Subobject instance does not exists.");
+    }
+    current = found;
+  }
+  return current;
+}
+
+std::shared_ptr<JsonDoc> JsonDoc::Extend(JsonNode step) const {
+  std::vector<JsonNode> path = path_;
+  path.push_back(std::move(step));
+  return std::make_shared<JsonDoc>(document_, std::move(path));
+}
+
+std::shared_ptr<JsonDoc> CreateDocument() {
+  return std::make_shared<JsonDoc>(std::make_shared<JsonDocument>());
+}
+
+std::shared_ptr<JsonDoc> CreateDocumentFromString(const std::string& text) {
+  auto document = std::make_shared<JsonDocument>();
+  std::string error;
+  if (!ParseJson(text.data(), text.size(), *document, &error)) {
+    ThrowException<ConfigStoreException>(CS_ERR_JSON_PARSE, error.c_str());
+  }
+  return std::make_shared<JsonDoc>(document);
+}
+
+std::shared_ptr<JsonDoc> CreateDocumentFromFile(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  std::string text;
+  if (stream) {
+    std::ostringstream contents;
+    contents << stream.rdbuf();
+    text = contents.str();
+  }
+  auto document = std::make_shared<JsonDocument>();
+  if (!stream || stream.bad() || !ParseJson(text.data(), text.size(), *document, nullptr)) {
+    ThrowException<ConfigStoreException>(CS_ERR_JSON_FILE, path.c_str());
+  }
+  return std::make_shared<JsonDoc>(document);
+}
+
+void ClearGeneratedInstanceId(JsonValue* value) {
+  if (value->IsArray()) {
+    for (JsonValue& element : value->GetArray()) ClearGeneratedInstanceId(&element);
+  } else if (value->IsObject()) {
+    auto member = value->FindMember(kGeneratedIdProperty);
+    if (member != value->MemberEnd()) value->EraseMember(member);
+    for (auto& child : value->GetObject()) ClearGeneratedInstanceId(&child.value);
+  }
+}
+
+}  // namespace CorvConfigStore

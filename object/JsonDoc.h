@@ -1,0 +1,69 @@
+// JsonDoc: a shared handle on a JSON document and the path from its root to
+// the value a top-level object or sub-object stands for.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/Json.h"
+
+namespace CorvConfigStore {
+
+// One step of a path: a member name and, for a step into a list, the
+// instance-id property and the instance id that select one element.
+struct JsonNode {
+  std::string name;
+  std::string idKey;
+  std::string idValue;
+  // Position in the list when known; only used to build JSON Pointers,
+  // never to resolve the step.
+  std::optional<unsigned long> index;
+};
+
+class JsonDoc {
+ public:
+  JsonDoc(std::shared_ptr<JsonDocument> document, std::vector<JsonNode> path = {});
+  JsonDoc(const JsonDoc&) = delete;
+  JsonDoc& operator=(const JsonDoc&) = delete;
+
+  // Resolves the path anew from the root on every call, so handles stay
+  // valid while other handles change the document. Throws
+  // ConfigStoreException 2000 "Subobject does not exists." or "Subobject
+  // instance does not exists." when a step no longer resolves.
+  JsonValue* GetJsonValuePtr() const;
+
+  // A handle on the same document whose path extends this one by a step.
+  std::shared_ptr<JsonDoc> Extend(JsonNode step) const;
+
+  const std::shared_ptr<JsonDocument>& GetDocument() const { return document_; }
+  JsonAllocator& GetAllocator() const { return *allocator_; }
+  const std::shared_ptr<JsonAllocator>& GetAllocatorPtr() const { return allocator_; }
+  const std::vector<JsonNode>& GetPath() const { return path_; }
+
+ private:
+  std::shared_ptr<JsonDocument> document_;
+  // Aliases the document's own allocator and shares the document's lifetime.
+  std::shared_ptr<JsonAllocator> allocator_;
+  std::vector<JsonNode> path_;
+};
+
+// A new document whose root is null, with an empty path.
+std::shared_ptr<JsonDoc> CreateDocument();
+
+// Parses one JSON value; raises code 1080 for text that is not exactly one
+// JSON value (or nests deeper than kMaxJsonDepth).
+std::shared_ptr<JsonDoc> CreateDocumentFromString(const std::string& text);
+
+// Reads and parses a whole file; raises code 1081 naming the file.
+std::shared_ptr<JsonDoc> CreateDocumentFromFile(const std::string& path);
+
+// Removes every "cs_generated_id" member at any depth, keeping the order of
+// the other members.
+void ClearGeneratedInstanceId(JsonValue* value);
+
+// The reserved member holding a system-generated instance id.
+extern const char* const kGeneratedIdProperty;
+
+}  // namespace CorvConfigStore

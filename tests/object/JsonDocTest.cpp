@@ -1,0 +1,206 @@
+// Shared documents: factories, parse and file errors, path resolution and
+// generated-id removal.
+#include <corvconfigstore/Exceptions.h>
+#include <gtest/gtest.h>
+
+#include "object/JsonDoc.h"
+#include "support/LogCapture.h"
+#include "support/TempDir.h"
+
+using namespace CorvConfigStore;
+
+namespace {
+
+std::string Text(const JsonValue& value) { return JsonToString(value); }
+
+int CodeOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const ConfigStoreException& e) {
+    return e.GetErrorCode();
+  }
+  return 0;
+}
+
+}  // namespace
+
+TEST(CreateDocumentTest, RootIsNullAndPathEmpty) {
+  auto doc = CreateDocument();
+  EXPECT_TRUE(doc->GetJsonValuePtr()->IsNull());
+  EXPECT_TRUE(doc->GetPath().empty());
+  doc->GetJsonValuePtr()->SetObject();
+  doc->GetJsonValuePtr()->AddMember("a", 1, doc->GetAllocator());
+  EXPECT_EQ(Text(*doc->GetJsonValuePtr()), R"({"a":1})");
+}
+
+TEST(CreateDocumentFromStringTest, ParsesOneValueWithSurroundingBlanks) {
+  auto doc = CreateDocumentFromString(" \t\r\n{\"a\": [1, 2.5, \"x\"]}\n ");
+  EXPECT_EQ(Text(*doc->GetJsonValuePtr()), R"({"a":[1,2.5,"x"]})");
+  EXPECT_EQ(Text(*CreateDocumentFromString("42")->GetJsonValuePtr()), "42");
+}
+
+TEST(CreateDocumentFromStringTest, RejectsTwoValuesAndTrailingCharacters) {
+  for (const char* text : {"{} {}", "{}x", "[1] ,", "", "   ", "{\"a\":}", "nul", "{\"a\":1"}) {
+    try {
+      CreateDocumentFromString(text);
+      FAIL() << text;
+    } catch (const ConfigStoreException& e) {
+      EXPECT_EQ(e.GetErrorCode(), 1080) << text;
+      EXPECT_EQ(std::string(e.what()).rfind("Invalid JSON text: ", 0), 0u) << e.what();
+    }
+  }
+}
+
+TEST(CreateDocumentFromStringTest, NestingLimit) {
+  std::string ok(kMaxJsonDepth, '[');
+  ok += std::string(kMaxJsonDepth, ']');
+  EXPECT_NO_THROW(CreateDocumentFromString(ok));
+  std::string deep(kMaxJsonDepth + 1, '[');
+  deep += std::string(kMaxJsonDepth + 1, ']');
+  try {
+    CreateDocumentFromString(deep);
+    FAIL();
+  } catch (const ConfigStoreException& e) {
+    EXPECT_EQ(e.GetErrorCode(), 1080);
+    EXPECT_NE(std::string(e.what()).find("nesting deeper than 256 levels"), std::string::npos);
+  }
+  // Far deeper text fails the same way instead of exhausting the stack.
+  std::string hostile(1000000, '{');
+  EXPECT_EQ(CodeOf([&] { CreateDocumentFromString(hostile); }), 1080);
+  std::string mixed;
+  for (int i = 0; i < 100000; ++i) mixed += "{\"a\":[";
+  EXPECT_EQ(CodeOf([&] { CreateDocumentFromString(mixed); }), 1080);
+}
+
+TEST(CreateDocumentFromStringTest, ArbitraryBytesYieldDocumentOrError) {
+  std::string bytes;
+  unsigned seed = 12345;
+  for (int round = 0; round < 2000; ++round) {
+    bytes.clear();
+    size_t length = seed % 40;
+    for (size_t i = 0; i < length; ++i) {
+      seed = seed * 1103515245u + 12345u;
+      const char alphabet[] = "{}[]\":,0123456789.eE-+tfnrulasx \\\0\xff";
+      bytes += alphabet[(seed >> 16) % (sizeof alphabet)];
+    }
+    int code = CodeOf([&] { CreateDocumentFromString(bytes); });
+    EXPECT_TRUE(code == 0 || code == 1080) << code;
+  }
+}
+
+TEST(CreateDocumentFromFileTest, ReadsWholeFile) {
+  CorvTest::TempDir dir;
+  std::string path = dir.Write("a.json", "{\n  \"dns\": {\"servers\": [\"10.0.0.1\"]}\n}\n");
+  auto doc = CreateDocumentFromFile(path);
+  EXPECT_EQ(Text(*doc->GetJsonValuePtr()), R"({"dns":{"servers":["10.0.0.1"]}})");
+}
+
+TEST(CreateDocumentFromFileTest, MissingOrMalformedFileRaises1081NamingIt) {
+  CorvTest::TempDir dir;
+  std::string missing = dir.File("none.json");
+  try {
+    CreateDocumentFromFile(missing);
+    FAIL();
+  } catch (const ConfigStoreException& e) {
+    EXPECT_EQ(e.GetErrorCode(), 1081);
+    EXPECT_EQ(std::string(e.what()), "Cannot read JSON file: " + missing);
+  }
+  std::string bad = dir.Write("bad.json", "{\"a\":1} trailing");
+  EXPECT_EQ(CodeOf([&] { CreateDocumentFromFile(bad); }), 1081);
+  EXPECT_EQ(CodeOf([&] { CreateDocumentFromFile(dir.Path()); }), 1081);
+}
+
+TEST(JsonDocPathTest, ResolvesMembersAndInstances) {
+  auto doc = CreateDocumentFromString(
+      R"({"nics":[{"name":"a","mtu":1},{"name":"b","mtu":2}],"dns":{"x":1}})");
+  auto b = doc->Extend({"nics", "name", "b", 1});
+  EXPECT_EQ(Text(*b->GetJsonValuePtr()), R"({"name":"b","mtu":2})");
+  auto dns = doc->Extend({"dns", "", "", std::nullopt});
+  EXPECT_EQ(Text(*dns->GetJsonValuePtr()), R"({"x":1})");
+  EXPECT_EQ(&b->GetAllocator(), &doc->GetAllocator());
+}
+
+TEST(JsonDocPathTest, MissingMemberAndInstanceErrors) {
+  CorvTest::LogCapture log(4);
+  auto doc = CreateDocumentFromString(R"({"nics":[{"name":"a"}]})");
+  auto missing = doc->Extend({"routes", "", "", std::nullopt});
+  try {
+    missing->GetJsonValuePtr();
+    FAIL();
+  } catch (const ConfigStoreException& e) {
+    EXPECT_EQ(e.GetErrorCode(), 2000);
+    EXPECT_STREQ(e.what(), "Subobject does not exists.");
+  }
+  EXPECT_TRUE(log.Has(0, "Cannot find subobject routes"));
+  auto gone = doc->Extend({"nics", "name", "z", std::nullopt});
+  try {
+    gone->GetJsonValuePtr();
+    FAIL();
+  } catch (const ConfigStoreException& e) {
+    EXPECT_STREQ(e.what(), "Subobject instance does not exists.");
+  }
+  EXPECT_TRUE(log.Has(0, "Cannot find subobject instance name=z"));
+}
+
+TEST(JsonDocPathTest, InstanceDeletedThroughParentFailsOnNextAccess) {
+  auto doc = CreateDocumentFromString(R"({"nics":[{"name":"a"},{"name":"b"}]})");
+  auto b = doc->Extend({"nics", "name", "b", 1});
+  EXPECT_NO_THROW(b->GetJsonValuePtr());
+  (*doc->GetJsonValuePtr())["nics"].Erase((*doc->GetJsonValuePtr())["nics"].Begin() + 1);
+  try {
+    b->GetJsonValuePtr();
+    FAIL();
+  } catch (const ConfigStoreException& e) {
+    EXPECT_STREQ(e.what(), "Subobject instance does not exists.");
+  }
+}
+
+TEST(JsonDocPathTest, ElementWithoutIdPropertyIsJsonError) {
+  auto doc = CreateDocumentFromString(R"({"nics":[{"other":1}]})");
+  auto a = doc->Extend({"nics", "name", "a", std::nullopt});
+  try {
+    a->GetJsonValuePtr();
+    FAIL();
+  } catch (const ConfigStoreException& e) {
+    EXPECT_EQ(e.GetErrorCode(), 1082);
+    EXPECT_EQ(std::string(e.what()).rfind("JSON error:\"", 0), 0u) << e.what();
+  }
+  auto numeric = CreateDocumentFromString(R"({"nics":[{"name":5}]})")->Extend(
+      {"nics", "name", "5", std::nullopt});
+  EXPECT_EQ(CodeOf([&] { numeric->GetJsonValuePtr(); }), 1082);
+}
+
+TEST(ClearGeneratedInstanceIdTest, RemovesAtEveryDepthKeepingOrder) {
+  auto doc = CreateDocumentFromString(R"({
+    "a": 1, "cs_generated_id": "g0", "b": 2,
+    "list": [
+      {"x": 1, "cs_generated_id": "g1", "y": 2,
+       "inner": [{"cs_generated_id": "g2", "p": 1, "q": 2}, [{"cs_generated_id": "g3", "z": 0}]]}
+    ],
+    "c": {"cs_generated_id": "g4", "d": 4, "e": 5}
+  })");
+  ClearGeneratedInstanceId(doc->GetJsonValuePtr());
+  EXPECT_EQ(Text(*doc->GetJsonValuePtr()),
+            R"({"a":1,"b":2,"list":[{"x":1,"y":2,"inner":[{"p":1,"q":2},[{"z":0}]]}],)"
+            R"("c":{"d":4,"e":5}})");
+}
+
+TEST(ClearGeneratedInstanceIdTest, LeavesScalarsAlone) {
+  auto doc = CreateDocumentFromString(R"("cs_generated_id")");
+  ClearGeneratedInstanceId(doc->GetJsonValuePtr());
+  EXPECT_EQ(Text(*doc->GetJsonValuePtr()), R"("cs_generated_id")");
+}
+
+TEST(JsonAssertionTest, MisuseBecomesCode1082WithExpression) {
+  auto doc = CreateDocumentFromString("[1]");
+  try {
+    (*doc->GetJsonValuePtr())["member"];
+    FAIL();
+  } catch (const ConfigStoreException& e) {
+    EXPECT_EQ(e.GetErrorCode(), 1082);
+    std::string message = e.what();
+    EXPECT_EQ(message.rfind("JSON error:\"", 0), 0u);
+    EXPECT_NE(message.find("rapidjson/document.h\":"), std::string::npos) << message;
+    EXPECT_NE(message.find(": IsObject()"), std::string::npos) << message;
+  }
+}
