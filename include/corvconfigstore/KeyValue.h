@@ -1,0 +1,27 @@
+// The store's key-value switches: boot phase, notification, and free keys.
+#pragma once
+
+#include <corvconfigstore/Export.h>
+
+#include <string>
+
+namespace CorvConfigStore {
+
+// True exactly when "IS_BOOT" holds "true". Throws ConfigStoreException 2000
+// "Failed to read value from database." when it cannot be read.
+CORV_EXPORT bool IsBoot();
+
+// True exactly when "NOTIFY_NEXD" holds "true"; a failed read is false.
+CORV_EXPORT bool IsNexdNotificationEnabled();
+
+// Writes a key on a connection of its own. Throws 1002 when the store
+// cannot be opened, 2000 "Failed to write KV table for key: <key>" when the
+// write fails.
+CORV_EXPORT void SetKeyValue(const std::string& key, const std::string& value);
+
+// Reads a key (empty text when absent). Throws 1002 when the store cannot
+// be opened, 2000 "Failed to read KV table for key: <key>" when the read
+// fails.
+CORV_EXPORT std::string GetKeyValue(const std::string& key);
+
+}  // namespace CorvConfigStore
