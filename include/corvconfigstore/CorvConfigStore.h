@@ -6,4 +6,5 @@
 #include <corvconfigstore/Export.h>
 #include <corvconfigstore/Logger.h>
 #include <corvconfigstore/ObjectId.h>
+#include <corvconfigstore/Types.h>
 #include <corvconfigstore/UpgradeContext.h>
