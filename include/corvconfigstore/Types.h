@@ -23,10 +23,10 @@ enum FLAG : int {
   FLAG_WITH_VITAL_CACHED = 1, // with the vital and cached layers merged in
 };
 
-// What a caller is about to do with an object it asks to validate; creating
+// What a caller is about to do with an object it asks to validate; reading
 // and deleting skip the value check.
 enum ACTION : int {
-  ACTION_CREATE = 0,
+  ACTION_GET = 0,
   ACTION_SET = 1,
   ACTION_UPDATE = 2,
   ACTION_DELETE = 3,
