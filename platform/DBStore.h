@@ -18,14 +18,25 @@ namespace DBStore {
 constexpr int kSuccess = 0;
 constexpr int kFailure = 1;
 
+// The busy time-out, in milliseconds, of a new connection and of the
+// key-value and attach calls; callers hand the same value to their own
+// statements.
+constexpr int kDefaultTimeLimit = 3000;
+
 // The databases a connection can be opened on.
 enum Type : int {
   CONFIG_STORE = 0,  // the store named by CORV_CONFIGSTORE_DB
 };
 
-// Path of the store database (CORV_CONFIGSTORE_DB or the default).
+// Where the databases are when the environment names none.
+extern const char* const kDefaultConfigStorePath;  // "/etc/velmo/configstore/current-store-1"
+extern const char* const kDefaultSchemaStorePath;  // "/etc/velmo/configstore/schema-store-1"
+
+// Path of the store database (CORV_CONFIGSTORE_DB, or the default when it is
+// unset or empty).
 std::string ConfigStorePath();
-// Path of the schema store database (CORV_SCHEMASTORE_DB or the default).
+// Path of the schema store database (CORV_SCHEMASTORE_DB, or the default
+// when it is unset or empty).
 std::string SchemaStorePath();
 
 // A fixed statement text. Immutable, so one object may serve every thread
@@ -61,13 +72,15 @@ class SqlParam {
 using SqlParams = std::vector<SqlParam>;
 
 // Receives each result row: column count, column texts (null for SQL NULL)
-// and column names. A non-zero return stops the execution.
+// and column names. A non-zero return stops the execution; the execution
+// still counts as a success.
 using RowCallback = std::function<int(int count, char** values, char** names)>;
 
 class StoreConnection {
  public:
-  // Opens an existing database read-write; never creates one. Null when the
-  // file is missing or unusable.
+  // Opens an existing database read-write, in WAL mode with
+  // synchronous=FULL; never creates one. Null when the file is missing or
+  // unusable (not a database, cannot be read).
   static std::shared_ptr<StoreConnection> Open(const std::string& path);
   ~StoreConnection();
   StoreConnection(const StoreConnection&) = delete;
@@ -95,16 +108,24 @@ std::shared_ptr<StoreConnection> GetConnection(Type type);
 std::shared_ptr<StoreConnection> GetDefaultConnection();
 
 // Prepares the statement on the connection (once; later calls reuse it).
-// timeLimit is the busy time-out in milliseconds.
+// timeLimit is the busy time-out in milliseconds. A text holding more than
+// one statement is refused.
 int PrepareStmt(const std::shared_ptr<StoreConnection>& connection, const SqlStatement& statement,
                 int timeLimit);
 // Prepares (from the cache), binds params, runs to completion calling
-// callback for each row. timeLimit is the busy time-out in milliseconds.
+// callback (which may be empty) for each row. timeLimit is the busy time-out
+// in milliseconds: a write waits up to that long for another connection's
+// lock. A callback may itself execute statements on the same connection,
+// the same text included. An exception thrown by the callback leaves the
+// statement reset and propagates.
 int ExecuteStmt(const std::shared_ptr<StoreConnection>& connection, const SqlStatement& statement,
                 const SqlParams& params, const RowCallback& callback, int timeLimit);
 
-// Nested transactions: the outermost begin is BEGIN IMMEDIATE, inner levels
-// are savepoints. Commit or cancel with no open transaction returns 1.
+// Nested transactions: the outermost begin is BEGIN IMMEDIATE (waiting up to
+// the connection's last busy time-out, 3000 ms on a new connection), inner
+// levels are savepoints. An inner commit releases its savepoint, an inner
+// cancel rolls back to it; the outermost commit or cancel ends the
+// transaction. Commit or cancel with no open transaction returns 1.
 int BeginTransaction(const std::shared_ptr<StoreConnection>& connection);
 int CommitTransaction(const std::shared_ptr<StoreConnection>& connection);
 int CancelTransaction(const std::shared_ptr<StoreConnection>& connection);
@@ -115,7 +136,8 @@ int ReadKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::
 int WriteKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::string& key,
                   const std::string& value);
 
-// Attaches the schema store database (CORV_SCHEMASTORE_DB) as "ss".
+// Attaches the schema store database (CORV_SCHEMASTORE_DB) as "ss"; fails,
+// rather than creating it, when the file is missing.
 int AttachSchemaStore(const std::shared_ptr<StoreConnection>& connection);
 int DetachSchemaStore(const std::shared_ptr<StoreConnection>& connection);
 

@@ -1,0 +1,56 @@
+// The key-value switches of the store ("IS_BOOT", "NOTIFY_NEXD") and the
+// public reads and writes of free keys.
+#include <corvconfigstore/KeyValue.h>
+
+#include "core/Throw.h"
+#include "platform/DBStore.h"
+
+namespace CorvConfigStore {
+
+namespace {
+
+// Reads a switch on this thread's default connection. False when the store
+// cannot be opened or the read fails.
+bool ReadSwitch(const char* key, std::string& value) {
+  std::shared_ptr<DBStore::StoreConnection> connection = DBStore::GetDefaultConnection();
+  return connection && DBStore::ReadKeyValue(connection, key, value) == DBStore::kSuccess;
+}
+
+// A connection of the caller's own; a store that cannot be opened is coded
+// 1002 and named by its standard location.
+std::shared_ptr<DBStore::StoreConnection> OwnConnection() {
+  std::shared_ptr<DBStore::StoreConnection> connection =
+      DBStore::GetConnection(DBStore::CONFIG_STORE);
+  if (!connection)
+    ThrowException<ConfigStoreException>(CS_ERR_DB_CONNECTION, DBStore::kDefaultConfigStorePath);
+  return connection;
+}
+
+}  // namespace
+
+bool IsBoot() {
+  std::string value;
+  if (!ReadSwitch("IS_BOOT", value)) ThrowGeneral("Failed to read value from database.");
+  return value == "true";
+}
+
+bool IsNexdNotificationEnabled() {
+  std::string value;
+  return ReadSwitch("NOTIFY_NEXD", value) && value == "true";
+}
+
+void SetKeyValue(const std::string& key, const std::string& value) {
+  std::shared_ptr<DBStore::StoreConnection> connection = OwnConnection();
+  if (DBStore::WriteKeyValue(connection, key, value) != DBStore::kSuccess)
+    ThrowGeneral("Failed to write KV table for key: " + key);
+}
+
+std::string GetKeyValue(const std::string& key) {
+  std::shared_ptr<DBStore::StoreConnection> connection = OwnConnection();
+  std::string value;
+  if (DBStore::ReadKeyValue(connection, key, value) != DBStore::kSuccess)
+    ThrowGeneral("Failed to read KV table for key: " + key);
+  return value;
+}
+
+}  // namespace CorvConfigStore
