@@ -4,9 +4,7 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "core/Json.h"
@@ -25,9 +23,21 @@ enum SchemaKind : int {
 // The reserved property of generated instance ids.
 extern const char* const kGeneratedIdProperty;
 
+// The tag of configurations written only through the next-boot store.
+extern const char* const kRebootRequiredTag;
+
+// Brings a key schema into the form every walk of a schema expects, as
+// loading does: the items of every array of objects that mark no instance-id
+// property get the declared property "cs_generated_id" (a string marked
+// "instanceId"); for a key with instances, "vital" or "cached" on the key
+// root is repeated on its "items", since walks of one instance start there.
+// Running it twice changes nothing.
+void NormaliseKeySchema(CorvConfigStore::JsonValue& schema, CorvConfigStore::JsonAllocator& allocator);
+
 // One key schema with every answer derived from it at construction. The
-// document is the normalised key schema as loaded (generated-id properties
-// declared, flags written as true).
+// constructor keeps a normalised copy of the document (NormaliseKeySchema),
+// so a schema object made from a raw key schema answers exactly as one
+// loaded from the schema store. It needs no database.
 class SchemaObject {
  public:
   SchemaObject(const std::string& component, const std::string& group, const std::string& key,
@@ -89,21 +99,43 @@ class SchemaObject {
   std::string version_ = "1.0";
 };
 
+// A schema object from the text of a key schema; raises ConfigStoreException
+// 2000 naming the key when the text is not one JSON object.
+std::shared_ptr<SchemaObject> MakeSchemaObject(const std::string& component,
+                                               const std::string& group, const std::string& key,
+                                               const std::string& text);
+
+// A lookup checks the schema store for changes at most once per this many
+// milliseconds.
+constexpr int kSchemaRecheckMs = 1;
+
 // Process-wide, thread-safe cache of schema objects of the schema store
 // named by CORV_SCHEMASTORE_DB. A lookup costs no database round trip while
-// the store is unchanged; a schema loaded by another process is seen on the
-// next lookup.
+// the store is unchanged; a schema loaded by another process is seen by the
+// lookups made more than kSchemaRecheckMs after its load (by this process:
+// at once). When CORV_SCHEMASTORE_DB names another file the cache starts
+// afresh; a missing store holds no schemas.
 class SchemaObjectCache {
  public:
+  SchemaObjectCache();
+  SchemaObjectCache(const SchemaObjectCache&) = delete;
+  SchemaObjectCache& operator=(const SchemaObjectCache&) = delete;
+
   // Null when the store holds no schema for the key.
   std::shared_ptr<SchemaObject> GetSchema(const std::string& component, const std::string& group,
                                           const std::string& key);
   // Every schema, ordered by component, group and key.
   std::vector<std::shared_ptr<SchemaObject>> GetAllSchemas();
+  // Whether the store holds a schema of any key of the component, or of the
+  // component's group.
+  bool HasComponent(const std::string& component);
+  bool HasGroup(const std::string& component, const std::string& group);
+  // Makes the next lookup read the store again (after a load by this
+  // process; loads by others are noticed without it).
+  void Invalidate();
 
  private:
-  // Implementation-defined state (see SchemaStore.cpp).
-  friend class SchemaStore;
+  // Implementation-defined state (see SchemaCache.cpp).
   struct State;
   std::shared_ptr<State> state_;
 };
@@ -112,7 +144,7 @@ class SchemaStore {
  public:
   // The store of CORV_SCHEMASTORE_DB (a new one when that variable changed).
   static std::shared_ptr<SchemaStore> GetStore();
-  // Its cache.
+  // The process-wide cache.
   static std::shared_ptr<SchemaObjectCache> GetCache();
 
   // Null when the store holds no schema for the key.
@@ -120,16 +152,23 @@ class SchemaStore {
                                           const std::string& key);
 };
 
-// Builds one schema for a whole document nested component, group, key:
-// objects for components and groups allowing only known names, each known
-// key's schema in place. scratch is working space.
+// Builds into schema one schema for a whole document nested component,
+// group, key: closed objects ("additionalProperties": false) for the root
+// and for each component and group of value that the store knows, each known
+// key's schema in place (a key with instances keeps its array schema). A
+// name the store does not know is left out, so the validator reports it as a
+// member that is not allowed, at the pointer naming it. A null cache means
+// the process-wide one. scratch is working space the caller may share
+// between calls; this implementation needs none and leaves it untouched.
 void GenerateSchemaDocument(const CorvConfigStore::JsonValue& value,
                             const std::shared_ptr<SchemaObjectCache>& cache,
                             CorvConfigStore::JsonDocument& schema,
                             CorvConfigStore::JsonDocument& scratch);
 
 // Gives every instance that uses generated ids and lacks "cs_generated_id"
-// a fresh id, walking value together with schema.
+// a fresh id (GenerateInstanceId), walking value together with schema: a key
+// schema, a node of one, or a schema from GenerateSchemaDocument. An object
+// given to a list schema is one instance of the list.
 void PopulateGeneratedInstanceId(const CorvConfigStore::JsonValue& schema,
                                  CorvConfigStore::JsonValue& value,
                                  CorvConfigStore::JsonAllocator& allocator);

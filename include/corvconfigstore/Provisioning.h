@@ -8,6 +8,14 @@
 
 namespace CorvConfigStore {
 
+// The store database in force: CORV_CONFIGSTORE_DB, or
+// "/etc/velmo/configstore/current-store-1" when it is unset or empty.
+CORV_EXPORT std::string ConfigStorePath();
+
+// The schema store database in force: CORV_SCHEMASTORE_DB, or
+// "/etc/velmo/configstore/schema-store-1" when it is unset or empty.
+CORV_EXPORT std::string SchemaStorePath();
+
 // Creates the store database at path (mode 0600) with its tables, or
 // completes an existing one; idempotent. Throws ConfigStoreException 2000
 // naming the path and the reason on failure.

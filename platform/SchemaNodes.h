@@ -1,0 +1,27 @@
+// Small questions asked of one node of a key schema by every walk of it.
+#pragma once
+
+#include <string>
+
+#include "core/Json.h"
+
+namespace CorvSchemaStore {
+
+// The node is an object whose member name is the boolean true.
+bool IsFlagTrue(const CorvConfigStore::JsonValue& node, const char* name);
+
+// The node is an object whose "type" is the one type name given.
+bool HasType(const CorvConfigStore::JsonValue& node, const char* type);
+
+// The node describes a list of instances: "type" "array" with "items" of
+// "type" "object".
+bool IsArrayOfObjects(const CorvConfigStore::JsonValue& node);
+
+// The "properties" object of the node, or null.
+const CorvConfigStore::JsonValue* FindProperties(const CorvConfigStore::JsonValue& node);
+
+// The name of the property of an instance schema marked "instanceId", or
+// empty when none is.
+std::string FindInstanceIdProperty(const CorvConfigStore::JsonValue& items);
+
+}  // namespace CorvSchemaStore
