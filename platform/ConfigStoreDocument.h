@@ -14,4 +14,26 @@ bool ValueExists(const CorvConfigStore::JsonValue& value, const char* name);
 // Compact JSON text of the value.
 std::string SerializeValue(const CorvConfigStore::JsonValue& value);
 
+// Deep equality of two values described by schema (the key schema or any
+// node of it; null: no schema). Numbers compare by value (1 equals 1.0) and
+// object members regardless of order. An array whose schema gives its
+// instances ids (an items property marked "instanceId", or
+// "cs_generated_id" for items of type object marking none) compares as a
+// set keyed by instance id, when every element of both arrays is an object
+// with a text id and no id repeats; any other array compares in order. An
+// array schema given two objects describes them as instances ("items").
+bool IsEqualValue(const CorvConfigStore::JsonValue& a, const CorvConfigStore::JsonValue& b,
+                  const CorvConfigStore::JsonValue* schema = nullptr);
+
+// Places value in a document nested component, group, key: creates the
+// component and group objects as needed (replacing a member of that name
+// that is not an object), then with an empty instanceId sets value as the
+// key's member, replacing what was there, and otherwise appends it to the
+// key's array (made anew when the key holds something else). root becomes
+// an object if it is not one. value is moved into the document (left null)
+// and must belong to allocator.
+void AddObject(CorvConfigStore::JsonValue& root, const std::string& component,
+               const std::string& group, const std::string& key, const std::string& instanceId,
+               CorvConfigStore::JsonValue& value, CorvConfigStore::JsonAllocator& allocator);
+
 }  // namespace ConfigStoreDocument
