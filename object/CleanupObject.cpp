@@ -1,0 +1,134 @@
+// CleanupObject: walks an object's JSON together with its schema and erases
+// what carries no value.
+#include "object/CleanupObject.h"
+
+#include <corvconfigstore/Exceptions.h>
+#include <corvconfigstore/Logger.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "core/Checks.h"
+#include "core/Throw.h"
+#include "object/ConfigStoreObjectImpl.h"
+#include "object/JsonDoc.h"
+#include "platform/SchemaNodes.h"
+#include "platform/SchemaStore.h"
+
+namespace CorvConfigStore {
+
+namespace {
+
+using CorvSchemaStore::HasType;
+using CorvSchemaStore::IsArrayOfObjects;
+
+// A schema node is user configuration unless one of these flags is true. A
+// flag that is present but not a boolean raises code 1082.
+bool IsUserConfig(const JsonValue& node) {
+  for (const char* flag : {"solutionUser", "vital", "cached"}) {
+    auto member = node.FindMember(flag);
+    if (member != node.MemberEnd() && member->value.GetBool()) return false;
+  }
+  return true;
+}
+
+// The schema of a member: its entry under the node's "properties", or null.
+const JsonValue* PropertySchema(const JsonValue& node, const JsonValue& name) {
+  const JsonValue* properties = CorvSchemaStore::FindProperties(node);
+  if (properties == nullptr) return nullptr;
+  auto property = properties->FindMember(name);
+  return property == properties->MemberEnd() ? nullptr : &property->value;
+}
+
+void CleanObject(JsonValue& value, const JsonValue& schema);
+
+// Cleans every instance and erases the ones left without members. True when
+// the list is then empty.
+bool CleanList(JsonValue& list, const JsonValue& items, const char* name) {
+  for (auto element = list.Begin(); element != list.End();) {
+    if (!element->IsObject()) {
+      ++element;
+      continue;
+    }
+    CleanObject(*element, items);
+    if (element->ObjectEmpty()) {
+      CSLogger::Log(2, "Erasing empty instance of array prop %s", name);
+      element = list.Erase(element);
+    } else {
+      ++element;
+    }
+  }
+  return list.Empty();
+}
+
+void CleanObject(JsonValue& value, const JsonValue& schema) {
+  for (auto member = value.MemberBegin(); member != value.MemberEnd();) {
+    const JsonValue* property = PropertySchema(schema, member->name);
+    const char* name = member->name.GetString();
+    bool erase = false;
+    if (property == nullptr) {
+      // Not described by the schema: left for validation to judge.
+    } else if (HasType(*property, "object")) {
+      if (member->value.IsObject() && IsUserConfig(*property)) {
+        CleanObject(member->value, *property);
+        if (member->value.ObjectEmpty()) {
+          CSLogger::Log(2, "Erasing empty object prop %s", name);
+          erase = true;
+        }
+      }
+    } else if (IsArrayOfObjects(*property)) {
+      // Both the list and its instances must be user configuration.
+      const JsonValue& items = (*property)["items"];
+      if (member->value.IsArray() && IsUserConfig(*property) && IsUserConfig(items) &&
+          CleanList(member->value, items, name)) {
+        CSLogger::Log(2, "Erasing empty array prop %s", name);
+        erase = true;
+      }
+    }
+    member = erase ? value.EraseMember(member) : member + 1;
+  }
+  if (IsUserConfig(schema) && value.MemberCount() == 1 &&
+      std::strcmp(value.MemberBegin()->name.GetString(), kGeneratedIdProperty) == 0) {
+    CSLogger::Log(2,
+                  "Erasing cs_generated_id since it is the only remaining property in the "
+                  "object");
+    value.EraseMember(value.MemberBegin());
+  }
+}
+
+// Kinds 1, 3 and 4 are never user configuration; kind 5 is not for the
+// instances the schema names as the host's own.
+bool IsUserObject(const ConfigStoreObjectId& id, const CorvSchemaStore::SchemaObject& schema) {
+  switch (schema.GetKind()) {
+    case CorvSchemaStore::kKindVital:
+    case CorvSchemaStore::kKindCached:
+    case CorvSchemaStore::kKindInternal:
+      return false;
+    case CorvSchemaStore::kKindSystemInstances: {
+      const std::vector<std::string>& system = schema.GetSystemInstances();
+      return std::find(system.begin(), system.end(), id.instanceId) == system.end();
+    }
+    default:
+      return true;
+  }
+}
+
+}  // namespace
+
+void CleanupObject(const std::shared_ptr<ConfigStoreObject>& object,
+                   const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema) {
+  if (IsNull(object, "CleanupObject")) return;
+  ConfigStoreObjectId id = object->GetConfigStoreObjectId();
+  if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
+  if (!IsUserObject(id, *schema)) {
+    CSLogger::Log(2, "Skipping empty object check since non-user config: %s",
+                  id.toString().c_str());
+    return;
+  }
+  CSLogger::Log(2, "Checking for empty objects and arrays in %s object", id.toString().c_str());
+  CleanObject(*object->GetImpl()->GetJsonValuePtr(), schema->GetValueSchema());
+}
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,118 @@
+// Construction of configuration objects, the default fall-back, instance ids
+// and the texts of an object.
+#include "object/ConfigStoreObjectImpl.h"
+
+#include <corvconfigstore/Exceptions.h>
+
+#include "core/Throw.h"
+#include "object/SchemaDerived.h"
+#include "platform/ConfigStoreDocument.h"
+#include "platform/SchemaStore.h"
+
+namespace CorvConfigStore {
+
+ConfigStoreObjectImpl::ConfigStoreObjectImpl(const ConfigStoreObjectId& id)
+    : ConfigStoreObjectImpl(id, id, std::nullopt, nullptr, nullptr, "", "", "", -1, true, nullptr,
+                            nullptr) {}
+
+ConfigStoreObjectImpl::ConfigStoreObjectImpl(
+    const ConfigStoreObjectId& id, const ConfigStoreObjectId& rootId,
+    std::optional<unsigned long> index, const std::shared_ptr<JsonDoc>& data,
+    const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, const std::string& version,
+    const std::string& creationTime, const std::string& modifiedTime, int revision,
+    bool deriveFromSchema, const std::shared_ptr<JsonDoc>& idMap,
+    const std::shared_ptr<JsonDoc>& defaults)
+    : StoreObjectImpl(id, data),
+      rootId_(rootId),
+      deriveFromSchema_(deriveFromSchema),
+      version_(version),
+      creationTime_(creationTime),
+      modifiedTime_(modifiedTime),
+      revision_(revision),
+      index_(index) {
+  if (deriveFromSchema_) {
+    std::shared_ptr<CorvSchemaStore::SchemaObject> keySchema = schema;
+    if (!keySchema) {
+      std::shared_ptr<CorvSchemaStore::SchemaStore> store =
+          CorvSchemaStore::SchemaStore::GetStore();
+      if (store) keySchema = store->GetSchema(id.component, id.group, id.key);
+    }
+    if (!keySchema) {
+      ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
+    }
+    idMap_ = GetInstanceIdMapFromSchema(keySchema, id.key);
+    defaults_ = GetDefaultsFromSchema(keySchema);
+    if (version_.empty()) version_ = keySchema->GetVersion();
+  } else {
+    idMap_ = idMap;
+    // Only an object can hold the defaults of a sub-object's members.
+    if (defaults) {
+      const JsonValue* parentDefaults = defaults->GetJsonValuePtr();
+      if (ConfigStoreDocument::ValueExists(*parentDefaults, id.key.c_str()) &&
+          (*parentDefaults)[id.key.c_str()].IsObject()) {
+        JsonNode step;
+        step.name = id.key;
+        defaults_ = defaults->Extend(std::move(step));
+      }
+    }
+  }
+  SetInstanceIdFromCsoId();
+}
+
+ConfigStoreObjectImpl::~ConfigStoreObjectImpl() = default;
+
+const JsonValue* ConfigStoreObjectImpl::GetValuePtrDefault(const char* key,
+                                                           bool& fromDefault) const {
+  fromDefault = false;
+  const JsonValue* own = GetValuePtr(key);
+  if (own != nullptr || !defaults_) return own;
+  const JsonValue* defaults = defaults_->GetJsonValuePtr();
+  if (!ConfigStoreDocument::ValueExists(*defaults, key)) return nullptr;
+  const JsonValue& value = (*defaults)[key];
+  if (value.IsNull()) return nullptr;
+  fromDefault = true;
+  return &value;
+}
+
+bool ConfigStoreObjectImpl::FindIdProperty(const std::string& key, std::string* idProp) const {
+  if (!idMap_) return false;
+  const JsonValue* map = idMap_->GetJsonValuePtr();
+  if (!ConfigStoreDocument::ValueExists(*map, key.c_str())) return false;
+  const JsonValue& property = (*map)[key.c_str()];
+  idProp->assign(property.GetString(), property.GetStringLength());
+  return true;
+}
+
+void ConfigStoreObjectImpl::SetInstanceIdFromCsoId() {
+  std::string idProp;
+  if (FindIdProperty(id_.key, &idProp)) SetValue(idProp.c_str(), id_.instanceId);
+}
+
+std::string ConfigStoreObjectImpl::GetData() const {
+  JsonDocument scratch;
+  scratch.CopyFrom(*GetJsonValuePtr(), scratch.GetAllocator());
+  ClearGeneratedInstanceId(&scratch);
+  return ConfigStoreDocument::SerializeValue(scratch);
+}
+
+std::string ConfigStoreObjectImpl::GetSerializedData() const { return StoreObjectImpl::GetData(); }
+
+std::string ConfigStoreObjectImpl::GetIdMapStr() const {
+  if (!idMap_) return "{}";
+  return ConfigStoreDocument::SerializeValue(*idMap_->GetJsonValuePtr());
+}
+
+void ConfigStoreObjectImpl::SetValueEx(const char* key, const void* value) {
+  RequireKey(key);
+  RequireValue(value);
+  const JsonValue& given = *static_cast<const JsonValue*>(value);
+  JsonValue* object = GetJsonValuePtr();
+  if (ConfigStoreDocument::ValueExists(*object, key) && (*object)[key] == given) return;
+  // Copied before any removal: the given value may live in this document.
+  JsonAllocator& allocator = doc_->GetAllocator();
+  JsonValue copy(given, allocator);
+  while (ConfigStoreDocument::ValueExists(*object, key)) object->RemoveMember(key);
+  object->AddMember(JsonValue(key, allocator), copy, allocator);
+}
+
+}  // namespace CorvConfigStore

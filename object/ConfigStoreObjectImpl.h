@@ -1,0 +1,113 @@
+// ConfigStoreObjectImpl: a configuration object with its row metadata, the
+// schema-derived instance-id map and defaults, and its sub-objects.
+#pragma once
+
+#include <corvconfigstore/ConfigStoreObject.h>
+#include <corvconfigstore/FilterSpecObject.h>
+#include <corvconfigstore/ObjectId.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/Json.h"
+#include "object/JsonDoc.h"
+#include "object/StoreObjectImpl.h"
+
+namespace CorvSchemaStore {
+class SchemaObject;
+}  // namespace CorvSchemaStore
+
+namespace CorvConfigStore {
+
+// The instance-id map is a JSON object naming every list-valued member (and
+// the object's own key when it has instances) with the property that
+// identifies one instance in that list. A member named there is
+// non-singleton; any other member is a singleton.
+class ConfigStoreObjectImpl : public StoreObjectImpl {
+ public:
+  // A new, empty top-level object whose map, defaults and version come from
+  // the key's schema in the schema store.
+  explicit ConfigStoreObjectImpl(const ConfigStoreObjectId& id);
+  // Shares data (a null data gets a new empty object). With deriveFromSchema
+  // the map, defaults and version come from schema, or from the schema store
+  // when schema is null (ConfigStoreException 1037 when it has none);
+  // otherwise idMap is shared and the defaults are those found under the
+  // id's key in the given defaults. Finally the id's instance id is written
+  // into the instance-id property when the map names one for the key.
+  ConfigStoreObjectImpl(const ConfigStoreObjectId& id, const ConfigStoreObjectId& rootId,
+                        std::optional<unsigned long> index, const std::shared_ptr<JsonDoc>& data,
+                        const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
+                        const std::string& version, const std::string& creationTime,
+                        const std::string& modifiedTime, int revision, bool deriveFromSchema,
+                        const std::shared_ptr<JsonDoc>& idMap,
+                        const std::shared_ptr<JsonDoc>& defaults);
+  ~ConfigStoreObjectImpl() override;
+
+  // The object's own value, else a non-null value of the defaults
+  // (fromDefault true). Writes never touch the defaults.
+  const JsonValue* GetValuePtrDefault(const char* key, bool& fromDefault) const override;
+
+  const std::string& GetVersion() const { return version_; }
+  const std::string& GetCreationTime() const { return creationTime_; }
+  const std::string& GetModifiedTime() const { return modifiedTime_; }
+  int GetRevision() const { return revision_; }
+  const ConfigStoreObjectId& GetRootId() const { return rootId_; }
+  std::optional<unsigned long> GetIndex() const { return index_; }
+  bool IsDerivedFromSchema() const { return deriveFromSchema_; }
+  // May be null.
+  const std::shared_ptr<JsonDoc>& GetIdMap() const { return idMap_; }
+  // May be null.
+  const std::shared_ptr<JsonDoc>& GetDefaults() const { return defaults_; }
+
+  // The JSON as text without "cs_generated_id" members: what callers see.
+  std::string GetData() const;
+  // The JSON as text as it is: what is written to the database.
+  std::string GetSerializedData() const;
+  // The instance-id map as text, "{}" when there is none.
+  std::string GetIdMapStr() const;
+  void SetInstanceIdFromCsoId();
+  // Replaces the member with a deep copy of value (a JsonValue) at the end
+  // of the object, unless it already holds an equal value.
+  void SetValueEx(const char* key, const void* value);
+  // RFC 6901 pointer /component/group/key[/index]{/member[/position]}[/property].
+  std::string GetPath(const char* property) const;
+
+  std::shared_ptr<ConfigStoreObject> CreateSubObject(const SubObjectId& subId);
+  std::shared_ptr<ConfigStoreObject> GetSubObject(const SubObjectId& subId) const;
+  std::vector<std::shared_ptr<ConfigStoreObject>> GetSubObjectInstances(
+      const std::shared_ptr<FilterSpecObject>& filter) const;
+  void DeleteSubObject(const SubObjectId& subId);
+  void DeleteSubObjectInstances(const std::shared_ptr<FilterSpecObject>& filter);
+  // A sub-object on this object's document: one more path step naming
+  // subId.key and, when idProp is not empty, the instance whose idProp is
+  // instanceId. It shares this object's map and metadata and finds its
+  // defaults under its key in this object's defaults.
+  std::shared_ptr<ConfigStoreObjectImpl> MakeSubObjectPtr(const SubObjectId& subId,
+                                                          const std::string& instanceId,
+                                                          const std::string& idProp,
+                                                          std::optional<unsigned long> index) const;
+
+ private:
+  // True, with the instance-id property in *idProp, when the map lists key:
+  // the member is a list of instances.
+  bool FindIdProperty(const std::string& key, std::string* idProp) const;
+
+  ConfigStoreObjectId rootId_;
+  bool deriveFromSchema_;
+  std::shared_ptr<JsonDoc> idMap_;
+  std::string version_;
+  std::shared_ptr<JsonDoc> defaults_;
+  std::string creationTime_;
+  std::string modifiedTime_;
+  int revision_;
+  std::optional<unsigned long> index_;
+};
+
+// Position of the first element of list whose idProp string equals
+// instanceId byte for byte, -1 when none. Elements that are not objects or
+// lack a string idProp raise code 1082.
+long FindInstance(const JsonValue& list, const std::string& idProp, const std::string& instanceId);
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,28 @@
+// The instance-id map and the defaults a configuration object takes from its
+// key's schema.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "object/JsonDoc.h"
+
+namespace CorvSchemaStore {
+class SchemaObject;
+}  // namespace CorvSchemaStore
+
+namespace CorvConfigStore {
+
+// A document holding a copy of the schema's instance-id map; null when the
+// map has no members, and null after logging "Schema object not found for
+// key: <key>" at priority 0 when there is no schema.
+std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
+    const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, const std::string& key);
+
+// A document holding a copy of the schema's default values; null when there
+// are none, and null after logging "Schema object is null." at priority 0
+// when there is no schema.
+std::shared_ptr<JsonDoc> GetDefaultsFromSchema(
+    const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema);
+
+}  // namespace CorvConfigStore

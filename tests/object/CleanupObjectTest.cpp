@@ -1,0 +1,144 @@
+// Empty-value clean-up of user configuration before it is written.
+#include <corvconfigstore/ConfigStoreObject.h>
+#include <corvconfigstore/Exceptions.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "NicsSchema.h"
+#include "ObjectTestSupport.h"
+#include "core/Throw.h"
+#include "object/CleanupObject.h"
+#include "support/LogCapture.h"
+
+using namespace CorvConfigStore;
+using CorvTest::ObjectFrom;
+using CorvTest::SchemaFrom;
+using CorvTest::Throws;
+using CorvTest::ThrowsJsonError;
+
+namespace {
+
+std::shared_ptr<CorvSchemaStore::SchemaObject> Nics() {
+  return SchemaFrom("nics", CorvTest::NicsSchemaText());
+}
+
+// The object after clean-up, as stored (generated ids kept).
+std::string Cleaned(const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
+                    const std::string& data, const std::string& instanceId = "n") {
+  auto object = ObjectFrom(schema, data, instanceId);
+  CleanupObject(object, schema);
+  return object->GetImpl()->GetSerializedData();
+}
+
+}  // namespace
+
+TEST(CleanupObjectTest, ErasesEmptyObjectsKeepingOrder) {
+  CorvTest::LogCapture log;
+  EXPECT_EQ(Cleaned(Nics(), R"({"mtu":1,"opts":{},"desc":"d"})"),
+            R"({"mtu":1,"desc":"d","name":"n"})");
+  EXPECT_TRUE(
+      log.Has(2, "Checking for empty objects and arrays in comp c grp g key nics id n object"));
+  EXPECT_TRUE(log.Has(2, "Erasing empty object prop opts"));
+}
+
+TEST(CleanupObjectTest, ObjectEmptiedByItsOwnCleanupIsErased) {
+  CorvTest::LogCapture log;
+  EXPECT_EQ(Cleaned(Nics(), R"({"opts":{"inner":{}}})"), R"({"name":"n"})");
+  EXPECT_TRUE(log.Has(2, "Erasing empty object prop inner"));
+  EXPECT_TRUE(log.Has(2, "Erasing empty object prop opts"));
+  EXPECT_EQ(Cleaned(Nics(), R"({"opts":{"inner":{},"speed":1}})"),
+            R"({"opts":{"speed":1},"name":"n"})");
+}
+
+TEST(CleanupObjectTest, ErasesEmptyListsAndInstances) {
+  CorvTest::LogCapture log;
+  EXPECT_EQ(Cleaned(Nics(), R"({"ips":[],"routes":[{"cs_generated_id":"g1"},{"via":"x"}]})"),
+            R"({"routes":[{"via":"x"}],"name":"n"})");
+  EXPECT_TRUE(log.Has(2, "Erasing empty array prop ips"));
+  EXPECT_TRUE(
+      log.Has(2, "Erasing cs_generated_id since it is the only remaining property in the object"));
+  EXPECT_TRUE(log.Has(2, "Erasing empty instance of array prop routes"));
+}
+
+TEST(CleanupObjectTest, ListOfGeneratedIdOnlyInstancesIsErased) {
+  CorvTest::LogCapture log;
+  EXPECT_EQ(Cleaned(Nics(), R"({"routes":[{"cs_generated_id":"a"},{"cs_generated_id":"b"}]})"),
+            R"({"name":"n"})");
+  EXPECT_TRUE(log.Has(2, "Erasing empty array prop routes"));
+}
+
+TEST(CleanupObjectTest, InstanceHoldingItsIdIsKept) {
+  EXPECT_EQ(Cleaned(Nics(), R"({"ips":[{"addr":"a"},{"addr":"b","prefix":8}]})"),
+            R"({"ips":[{"addr":"a"},{"addr":"b","prefix":8}],"name":"n"})");
+}
+
+TEST(CleanupObjectTest, VitalCachedAndSolutionUserMembersAreNeverErased) {
+  EXPECT_EQ(Cleaned(Nics(), R"({"vitalObj":{},"cachedObj":{},"solObj":{},"vitalList":[]})"),
+            R"({"vitalObj":{},"cachedObj":{},"solObj":{},"vitalList":[],"name":"n"})");
+}
+
+TEST(CleanupObjectTest, UndescribedAndMismatchedMembersAreLeftAlone) {
+  EXPECT_EQ(
+      Cleaned(Nics(), R"({"extra":{},"more":[],"opts":5,"ips":{},"routes":[1,{}],"tags":[]})"),
+      R"({"extra":{},"more":[],"opts":5,"ips":{},"routes":[1],"tags":[],"name":"n"})");
+}
+
+TEST(CleanupObjectTest, TopLevelHoldingOnlyAGeneratedIdIsEmptied) {
+  auto schema = SchemaFrom("dns", CorvTest::DnsSchemaText());
+  EXPECT_EQ(Cleaned(schema, R"({"cs_generated_id":"g"})", ""), "{}");
+  EXPECT_EQ(Cleaned(schema, R"({"cs_generated_id":"g","servers":[]})", ""),
+            R"({"cs_generated_id":"g","servers":[]})");
+}
+
+TEST(CleanupObjectTest, NonUserKindsAreSkipped) {
+  const char* const properties = R"("properties":{"o":{"type":"object"}})";
+  for (const char* flag : {"vital", "cached", "internal"}) {
+    CorvTest::LogCapture log;
+    auto schema = SchemaFrom(
+        "k", std::string(R"({"type":"object",")") + flag + R"(":true,)" + properties + "}");
+    EXPECT_EQ(Cleaned(schema, R"({"o":{}})", ""), R"({"o":{}})") << flag;
+    EXPECT_TRUE(log.Has(2, "Skipping empty object check since non-user config: comp c grp g key k"))
+        << flag;
+    EXPECT_FALSE(log.Contains("Checking for empty objects")) << flag;
+  }
+}
+
+TEST(CleanupObjectTest, SystemInstancesAreNotUserConfiguration) {
+  auto schema = SchemaFrom("k", R"({"type":"object","systemInstances":["sys"],)"
+                                R"("properties":{"o":{"type":"object"}}})");
+  ASSERT_EQ(schema->GetKind(), 5);
+  CorvTest::LogCapture log;
+  EXPECT_EQ(Cleaned(schema, R"({"o":{}})", "sys"), R"({"o":{}})");
+  EXPECT_TRUE(
+      log.Has(2, "Skipping empty object check since non-user config: comp c grp g key k id sys"));
+  EXPECT_EQ(Cleaned(schema, R"({"o":{}})", "user1"), "{}");
+}
+
+TEST(CleanupObjectTest, FlagThatIsNotABooleanRaisesJsonError) {
+  auto schema = SchemaFrom("k", R"({"type":"object","properties":{"o":{"type":"object",)"
+                                R"("cached":"yes","properties":{}}}})");
+  EXPECT_TRUE(ThrowsJsonError([&] { Cleaned(schema, R"({"o":{}})", ""); }, "IsBool()"));
+}
+
+TEST(CleanupObjectTest, SchemaWithoutPropertiesErasesNothing) {
+  auto schema = SchemaFrom("k", R"({"type":"object"})");
+  EXPECT_EQ(Cleaned(schema, R"({"o":{},"a":[]})", ""), R"({"o":{},"a":[]})");
+}
+
+TEST(CleanupObjectTest, NullObjectAndMissingSchema) {
+  CorvTest::LogCapture log(1);
+  CleanupObject(nullptr, Nics());
+  EXPECT_TRUE(log.Has(1, std::string("[1041] CleanupObject: ") + ErrorMessageForId(1041)));
+  auto nic = ObjectFrom(Nics(), "{}", "n");
+  EXPECT_TRUE(
+      Throws<ConfigStoreException>([&] { CleanupObject(nic, nullptr); }, 1037,
+                                   Format(ErrorMessageForId(1037), "comp c grp g key nics id n")));
+}
+
+TEST(CleanupObjectTest, NonObjectValueRaisesJsonError) {
+  auto schema = SchemaFrom("dns", CorvTest::DnsSchemaText());
+  auto dns = ObjectFrom(schema, "[1]", "");
+  EXPECT_TRUE(ThrowsJsonError([&] { CleanupObject(dns, schema); }, "IsObject()"));
+}
