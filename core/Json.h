@@ -1,24 +1,13 @@
-// The one way every file of the library includes rapidjson: its assertion
-// hook is defined here, identically for every translation unit, to throw
-// ConfigStoreException 1082 ("JSON error:" "file":line: expression) instead
-// of aborting the process.
+// The one way every file of the library includes rapidjson: the assertion
+// hook (corvconfigstore/Json.h) throws ConfigStoreException 1082 instead of
+// aborting the process, identically in every translation unit.
 #pragma once
+
+#include <corvconfigstore/Json.h>
 
 #include <cstddef>
 #include <string>
 
-namespace CorvConfigStore {
-[[noreturn]] void ThrowJsonAssertion(const char* file, int line, const char* expression);
-}  // namespace CorvConfigStore
-
-#ifdef RAPIDJSON_ASSERT
-#error "rapidjson must be included through core/Json.h only"
-#endif
-#define RAPIDJSON_ASSERT(x) \
-  ((x) ? static_cast<void>(0) : ::CorvConfigStore::ThrowJsonAssertion(__FILE__, __LINE__, #x))
-#define RAPIDJSON_HAS_STDSTRING 1
-
-#include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
 #include <rapidjson/pointer.h>
 #include <rapidjson/stringbuffer.h>
