@@ -1,0 +1,20 @@
+// The merge of a row's value layers into the one object a read returns.
+#pragma once
+
+#include "db/RowMap.h"
+
+namespace CorvConfigStore {
+
+// Merges a, then b, then c into base (each overriding, member by member,
+// what the earlier ones left) and returns base. Empty arguments are
+// skipped; when base is empty the first non-empty argument takes its place,
+// and when all are empty the result is empty.
+ObjectPtr MergeConfig(ObjectPtr base, const ObjectPtr& a, const ObjectPtr& b, const ObjectPtr& c);
+
+// The object of one row: the VitalValue layer as base, then CachedValue,
+// mainColumn and userColumn (either may be null: no such layer) merged over
+// it.
+ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema, const RowMap& row,
+                         const char* mainColumn, const char* userColumn);
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,29 @@
+// The objects shared with a SmartNIC: Config rows whose schema, in the
+// attached schema store, has the value type "corv-shared".
+#include <corvconfigstore/Logger.h>
+
+#include "core/Throw.h"
+#include "db/BulkReads.h"
+#include "db/Statements.h"
+
+namespace CorvConfigStore {
+
+RowList GetSmartnicConfiguration(const Connection& conn) {
+  if (DBStore::AttachSchemaStore(conn) != DBStore::kSuccess)
+    ThrowGeneral("Failed to attach schema store");
+  RowList rows;
+  try {
+    rows = CollectRows(conn, DBStore::SqlStatement(Sql::kReadSmartnicRows), {});
+  } catch (...) {
+    // The read's own failure is what the caller needs to see; a detach that
+    // fails as well is only logged.
+    if (DBStore::DetachSchemaStore(conn) != DBStore::kSuccess)
+      CSLogger::Log(1, "%s: %s", "GetSmartnicConfiguration", "Failed to detach schema store");
+    throw;
+  }
+  if (DBStore::DetachSchemaStore(conn) != DBStore::kSuccess)
+    ThrowGeneral("Failed to detach schema store");
+  return rows;
+}
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,91 @@
+// Writes and deletes of Config rows. Every operation runs on the caller's
+// connection inside the caller's transaction and stops at its first
+// failure, leaving the caller to cancel the transaction.
+#pragma once
+
+#include <corvconfigstore/Types.h>
+
+#include <string>
+#include <unordered_map>
+
+#include "db/RowMap.h"
+
+namespace CorvSchemaStore {
+class SchemaObjectCache;
+}
+
+namespace CorvConfigStore {
+
+// Column name ("UserValue", "AutoConfValue", "VitalValue", "CachedValue",
+// optionally "Version") to text, per object.
+using ColumnMap = std::unordered_map<std::string, std::string>;
+using ColumnMapsById = std::unordered_map<ConfigStoreObjectId, ColumnMap>;
+
+// Each object's value (bound NULL when empty) becomes the row's user value
+// with Success 1 (with the upgrade context 2: success); DesiredValue becomes
+// NULL, the other layers are kept. Throws 2000 "Write user data failed".
+void WriteUserConfigInstances(const ObjectList& objects, const Connection& conn, bool success);
+
+// Each object's value becomes the row's cached, vital or auto-configuration
+// layer; every other column is kept (Success 1 for a new row). Throw 2000
+// "Write config instances failed".
+void WriteCachedConfigInstances(const ObjectList& objects, const Connection& conn);
+void WriteVitalConfigInstances(const ObjectList& objects, const Connection& conn);
+void WriteAutoConfConfigInstances(const ObjectList& objects, const Connection& conn);
+
+// Writes every layer of each row at once; DesiredValue becomes NULL. The
+// version is the column map's "Version", else the schema's. In upgrade
+// context 2 a schema that does not apply during upgrades turns Success to 0
+// for its entry and every later one. Throws 1037 for an entry without
+// schema and 2000 "WriteComplete failed" when a write fails.
+void WriteCompleteConfigInstances(const ColumnMapsById& columns, const Connection& conn);
+
+// The layers of an object divided by the schema's "vital" and "cached"
+// tags; each is empty when the object has nothing of that layer.
+struct LayerParts {
+  ObjectPtr user;
+  ObjectPtr vital;
+  ObjectPtr cached;
+};
+LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema);
+// The split object's user, vital and cached parts as statement parameters,
+// in that order; NULL for an absent part.
+DBStore::SqlParams LayerPartParams(const ObjectPtr& object, const SchemaPtr& schema);
+
+// Splits each object into its layers and writes all of them with
+// WriteCompleteConfigInstances; the user part goes to AutoConfValue for an
+// INTERNAL caller. Throws 1037 when the cache has no schema for an object.
+void SetInternal(const ObjectPtr& object,
+                 const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
+                 USERDATA_CONTEXT context, const Connection& conn);
+void SetInstancesInternal(const ObjectList& objects, USERDATA_CONTEXT context,
+                          const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
+                          const Connection& conn);
+
+// Insert-or-replace of one row by layer selector, the object split into its
+// user (or, for UPDATE_INTERNAL, auto-configuration), vital and cached
+// parts. Throws 2000 "Database call to update configuration by context
+// failed for: <id>".
+void SetByContextInternal(const ObjectPtr& object, const SchemaPtr& schema, UPDATE_CONTEXT context,
+                          const Connection& conn);
+// The same as an update of the existing row.
+void UpdateByContextInternal(const ObjectPtr& object, const SchemaPtr& schema,
+                             UPDATE_CONTEXT context, const Connection& conn);
+
+// Deletes the one row of id. Throws 2000 "Delete failed: <id>".
+void DeleteInternal(const ConfigStoreObjectId& id, const Connection& conn);
+// Deletes every row of id's object. Throws 2000 "Delete instances failed:
+// <id>".
+void DeleteInstancesInternal(const ConfigStoreObjectId& id, const Connection& conn);
+
+// Set one layer to NULL in every row of id's object; the rows stay. Throw
+// 2000 "Failed to Delete in SetConfigInstancesInternal".
+void DeleteUserConfigInstances(const ConfigStoreObjectId& id, const Connection& conn);
+void DeleteVitalConfigInstances(const ConfigStoreObjectId& id, const Connection& conn);
+void DeleteCachedConfigInstances(const ConfigStoreObjectId& id, const Connection& conn);
+void DeleteAutoConfConfigInstances(const ConfigStoreObjectId& id, const Connection& conn);
+// The runner of the four: statement bound with Name, ConfigGroup, Component.
+void DeletePartialConfigInstances(const DBStore::SqlStatement& statement,
+                                  const ConfigStoreObjectId& id, const Connection& conn);
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,325 @@
+// Reads of Config and DefaultConfig rows: which layer each read returns and
+// how the layers merge.
+#include <corvconfigstore/KeyValue.h>
+
+#include "RowsFixture.h"
+#include "db/MergeConfig.h"
+#include "db/ReadRows.h"
+
+namespace CorvTest {
+namespace {
+
+using namespace CorvConfigStore;
+
+class ReadRowsTest : public RowsTest {
+ protected:
+  // A dns row whose four layers all set "domain", each with a member of its
+  // own.
+  void InsertLayeredRow(const char* success, const char* desired = "NULL") {
+    InsertRow(Id("dns", "net"),
+              "Success, UserValue, DesiredValue, AutoConfValue, VitalValue, CachedValue, "
+              "CreationTime, ModifiedTime, Revision",
+              std::string(success) + R"(, '{"domain":"user","servers":["u"]}', )" + desired +
+                  R"(, '{"domain":"auto","options":{"ndots":2}}',
+                  '{"domain":"vital","uptime":1}', '{"domain":"cached","lastSync":"c"}',
+                  '2000-01-01 00:00:00', '2000-01-02 00:00:00', 3)");
+  }
+
+  std::shared_ptr<FilterSpecObject> Filter(const ConfigStoreObjectId& id,
+                                           const std::string& json = "{}") {
+    auto filter = std::make_shared<FilterSpecObject>(id);
+    filter->SetData(json.c_str());
+    return filter;
+  }
+
+  static std::vector<std::string> Ids(const ObjectList& objects) {
+    std::vector<std::string> ids;
+    for (const ObjectPtr& object : objects)
+      ids.push_back(object->GetConfigStoreObjectId().instanceId);
+    return ids;
+  }
+};
+
+TEST_F(ReadRowsTest, GetInternalMergesVitalCachedAutoAndUserInThatOrder) {
+  InsertLayeredRow("1");
+  ConfigStoreObjectId id = Id("dns", "net");
+  ObjectPtr object = GetInternal(id, conn_, Schema(id));
+  ASSERT_TRUE(object);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"options":{"ndots":2},"uptime":1,
+                           "lastSync":"c"})",
+                        Json(object)));
+  EXPECT_EQ(object->GetRevision(), 3);
+  EXPECT_EQ(object->GetVersion(), "1.0");
+  EXPECT_EQ(object->GetCreationTime(), "2000-01-01 00:00:00");
+  EXPECT_EQ(object->GetModifiedTime(), "2000-01-02 00:00:00");
+  EXPECT_TRUE(object->GetConfigStoreObjectId() == id);
+}
+
+TEST_F(ReadRowsTest, MergeConfigSkipsEmptyLayersAndLaterLayersWin) {
+  ConfigStoreObjectId id = Id("motd", "sys");
+  EXPECT_EQ(MergeConfig(nullptr, nullptr, nullptr, nullptr), nullptr);
+  ObjectPtr a = Make(id, R"({"text":"a","x":1})");
+  ObjectPtr c = Make(id, R"({"text":"c"})");
+  ObjectPtr merged = MergeConfig(nullptr, a, nullptr, c);
+  EXPECT_EQ(merged, a);
+  EXPECT_TRUE(JsonEqual(R"({"text":"c","x":1})", Json(merged)));
+  ObjectPtr base = Make(id, R"({"x":0})");
+  merged = MergeConfig(base, Make(id, R"({"x":1})"), Make(id, R"({"x":2,"text":"b"})"),
+                       Make(id, R"({"x":3})"));
+  EXPECT_EQ(merged, base);
+  EXPECT_TRUE(JsonEqual(R"({"x":3,"text":"b"})", Json(merged)));
+}
+
+TEST_F(ReadRowsTest, UnconfirmedRowHasNoUserValueOutsideAnUpgrade) {
+  InsertLayeredRow("0", R"('{"domain":"desired"}')");
+  ConfigStoreObjectId id = Id("dns", "net");
+  // The auto-configuration layer still wins over vital and cached.
+  EXPECT_TRUE(JsonEqual(R"({"domain":"auto","options":{"ndots":2},"uptime":1,"lastSync":"c"})",
+                        Json(GetInternal(id, conn_, Schema(id)))));
+
+  // With an upgrade in progress the desired value is the user value ...
+  SetUpgradeCtx(1);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"desired","options":{"ndots":2},"uptime":1,"lastSync":"c"})",
+                        Json(GetInternal(id, conn_, Schema(id)))));
+  // ... and without one, the unconfirmed user value.
+  ASSERT_EQ(Exec("UPDATE Config SET DesiredValue = NULL"), "");
+  EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"options":{"ndots":2},"uptime":1,
+                           "lastSync":"c"})",
+                        Json(GetInternal(id, conn_, Schema(id)))));
+}
+
+TEST_F(ReadRowsTest, UserOnlyRowWithSuccessZeroReadsEmpty) {
+  ConfigStoreObjectId id = Id("motd", "sys");
+  InsertRow(id, "Success, UserValue", R"(0, '{"text":"pending"}')");
+  EXPECT_EQ(GetInternal(id, conn_, Schema(id)), nullptr);
+  EXPECT_EQ(GetInternal(Id("motd", "sys", "nothere"), conn_, Schema(id)), nullptr);
+}
+
+TEST_F(ReadRowsTest, VitalOnlyRowReadsAsItsVitalFields) {
+  ConfigStoreObjectId id = Id("dns", "net");
+  InsertRow(id, "VitalValue", R"('{"uptime":42}')");
+  EXPECT_EQ(Json(GetInternal(id, conn_, Schema(id))), R"({"uptime":42})");
+}
+
+TEST_F(ReadRowsTest, InstanceListsMergeInstanceByInstance) {
+  ConfigStoreObjectId id = Id("dns", "net");
+  InsertRow(id, "Success, UserValue, CachedValue",
+            R"(1, '{"hosts":[{"name":"a","ip":"1"},{"name":"b","ip":"2"}]}',
+                '{"hosts":[{"name":"b","seen":7}]}')");
+  EXPECT_TRUE(JsonEqual(R"({"hosts":[{"name":"b","seen":7,"ip":"2"},{"name":"a","ip":"1"}]})",
+                        Json(GetInternal(id, conn_, Schema(id)))));
+}
+
+TEST_F(ReadRowsTest, ColumnThatIsNotJsonRaisesTheJsonError) {
+  ConfigStoreObjectId id = Id("motd", "sys");
+  InsertRow(id, "Success, UserValue", "1, 'not json'");
+  try {
+    GetInternal(id, conn_, Schema(id));
+    FAIL() << "did not throw";
+  } catch (const ConfigStoreException& e) {
+    EXPECT_EQ(e.GetErrorCode(), 1082);
+    EXPECT_EQ(std::string(e.what()).rfind("JSON error:", 0), 0u) << e.what();
+  }
+}
+
+TEST_F(ReadRowsTest, ReadsReportTheirFailure) {
+  ASSERT_EQ(Exec("DROP TABLE Config"), "");
+  ConfigStoreObjectId id = Id("iface", "net", "a");
+  const std::string get = "Get failed: comp corv grp net key iface id a";
+  const std::string instances = "Read Instances failed for: comp corv grp net key iface";
+  EXPECT_TRUE(Throws([&] { GetInternal(id, conn_, Schema(id)); }, 2000, get));
+  EXPECT_TRUE(
+      Throws([&] { GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_); }, 2000, get));
+  EXPECT_TRUE(Throws([&] { GetCurrentConfigInternal(id, conn_, Schema(id)); }, 2000, get));
+  EXPECT_TRUE(
+      Throws([&] { GetDesiredInternal(id, conn_, Schema(id), FLAG_USER_ONLY); }, 2000, get));
+  EXPECT_TRUE(
+      Throws([&] { GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, Schema(id)); },
+             2000, instances));
+  EXPECT_TRUE(
+      Throws([&] { GetCurrentConfigInstancesInternal(Id("iface", "net"), conn_, Schema(id)); },
+             2000, instances));
+  EXPECT_TRUE(Throws(
+      [&] {
+        GetDesiredUserConfigInstancesInternal(Id("iface", "net"), conn_, Schema(id),
+                                              FLAG_WITH_VITAL_CACHED);
+      },
+      2000, instances));
+
+  ASSERT_EQ(Exec("DROP TABLE DefaultConfig"), "");
+  EXPECT_TRUE(Throws([&] { GetDefaultConfigInternal(id, conn_, Schema(id)); }, 2000, get));
+  EXPECT_TRUE(
+      Throws([&] { GetDefaultUserConfigInstancesInternal(Id("iface", "net"), conn_, Schema(id)); },
+             2000, instances));
+}
+
+TEST_F(ReadRowsTest, ContextReadChoosesTheLayerOfTheCaller) {
+  InsertLayeredRow("0", R"('{"domain":"desired"}')");
+  ConfigStoreObjectId id = Id("dns", "net");
+  // An internal caller sees the auto-configuration layer whatever Success is.
+  EXPECT_TRUE(JsonEqual(R"({"domain":"auto","options":{"ndots":2},"uptime":1,"lastSync":"c"})",
+                        Json(GetConfigByBootAndContext(id, Schema(id), INTERNAL, conn_))));
+  // An external caller: no confirmed user value, only vital and cached.
+  EXPECT_TRUE(JsonEqual(R"({"domain":"cached","uptime":1,"lastSync":"c"})",
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+  // With an upgrade in progress the desired value counts.
+  SetUpgradeCtx(2);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"desired","uptime":1,"lastSync":"c"})",
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+}
+
+TEST_F(ReadRowsTest, ContextReadDuringBootTakesOnlyConfirmedUserValues) {
+  InsertLayeredRow("1", R"('{"domain":"desired"}')");
+  ConfigStoreObjectId id = Id("dns", "net");
+  SetKeyValue("IS_BOOT", "true");
+  ASSERT_TRUE(IsBoot());
+  EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"uptime":1,"lastSync":"c"})",
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+  ASSERT_EQ(Exec("UPDATE Config SET Success = 0"), "");
+  EXPECT_TRUE(JsonEqual(R"({"domain":"cached","uptime":1,"lastSync":"c"})",
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+  // An upgrade overrides the boot phase: the run-time rule applies.
+  SetUpgradeCtx(1);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"desired","uptime":1,"lastSync":"c"})",
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+}
+
+TEST_F(ReadRowsTest, ContextReadReportsAnUnreadableBootSwitch) {
+  InsertLayeredRow("1");
+  ConfigStoreObjectId id = Id("dns", "net");
+  ASSERT_EQ(Exec("DROP TABLE KeyValue"), "");
+  EXPECT_TRUE(Throws([&] { GetConfigByBootAndContext(id, Schema(id), INTERNAL, conn_); }, 2000,
+                     "Failed to read value from database."));
+}
+
+TEST_F(ReadRowsTest, InstancesAreReadEachAsGetInternalThenFiltered) {
+  InsertRow(Id("iface", "net", "eth0"), "Success, UserValue, VitalValue",
+            R"(1, '{"name":"eth0","mtu":1500}', '{"name":"eth0","speed":10}')");
+  InsertRow(Id("iface", "net", "eth1"), "Success, UserValue", R"(1, '{"name":"eth1","mtu":9000}')");
+  InsertRow(Id("iface", "net", "eth2"), "Success, UserValue", R"(0, '{"name":"eth2","mtu":1500}')");
+  InsertRow(Id("iface", "lab", "eth3"), "Success, UserValue", R"(1, '{"name":"eth3","mtu":1500}')");
+  SchemaPtr schema = Schema(Id("iface", "net"));
+
+  ObjectList all = GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema);
+  EXPECT_EQ(Ids(all), (std::vector<std::string>{"eth0", "eth1"}));
+  EXPECT_TRUE(JsonEqual(R"({"name":"eth0","mtu":1500,"speed":10})", Json(all[0])));
+
+  ObjectList matching =
+      GetConfigInstancesInternal(Filter(Id("iface", "net"), R"({"mtu":1500})"), conn_, schema);
+  EXPECT_EQ(Ids(matching), (std::vector<std::string>{"eth0"}));
+
+  ObjectList one = GetConfigInstancesInternal(Filter(Id("iface", "net", "eth1")), conn_, schema);
+  EXPECT_EQ(Ids(one), (std::vector<std::string>{"eth1"}));
+  EXPECT_TRUE(
+      GetConfigInstancesInternal(Filter(Id("iface", "net", "eth1"), R"({"mtu":1})"), conn_, schema)
+          .empty());
+
+  // The unconfirmed instance appears with an upgrade in progress.
+  SetUpgradeCtx(1);
+  EXPECT_EQ(Ids(GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema)),
+            (std::vector<std::string>{"eth0", "eth1", "eth2"}));
+}
+
+TEST_F(ReadRowsTest, CurrentConfigIsAutoConfigurationWithConfirmedUserValue) {
+  ConfigStoreObjectId id = Id("dns", "net");
+  InsertLayeredRow("1");
+  EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"options":{"ndots":2}})",
+                        Json(GetCurrentConfigInternal(id, conn_, Schema(id)))));
+  ASSERT_EQ(Exec("UPDATE Config SET Success = 0"), "");
+  EXPECT_TRUE(JsonEqual(R"({"domain":"auto","options":{"ndots":2}})",
+                        Json(GetCurrentConfigInternal(id, conn_, Schema(id)))));
+  ASSERT_EQ(Exec("UPDATE Config SET AutoConfValue = NULL"), "");
+  EXPECT_EQ(GetCurrentConfigInternal(id, conn_, Schema(id)), nullptr);
+}
+
+TEST_F(ReadRowsTest, CurrentConfigOfEveryInstance) {
+  InsertRow(
+      Id("iface", "net", "a"), "Success, UserValue, AutoConfValue, VitalValue",
+      R"(1, '{"name":"a","mtu":1}', '{"name":"a","mtu":2,"speed":0}', '{"name":"a","speed":5}')");
+  InsertRow(Id("iface", "net", "b"), "Success, AutoConfValue", R"(0, '{"name":"b","mtu":3}')");
+  InsertRow(Id("iface", "net", "c"), "Success, VitalValue", R"(1, '{"name":"c","speed":5}')");
+  ObjectList objects =
+      GetCurrentConfigInstancesInternal(Id("iface", "net"), conn_, Schema(Id("iface", "net")));
+  EXPECT_EQ(Ids(objects), (std::vector<std::string>{"a", "b"}));
+  EXPECT_TRUE(JsonEqual(R"({"name":"a","mtu":1,"speed":0})", Json(objects[0])));
+  EXPECT_TRUE(JsonEqual(R"({"name":"b","mtu":3})", Json(objects[1])));
+}
+
+TEST_F(ReadRowsTest, DesiredViewFollowsTheSuccessFlag) {
+  ConfigStoreObjectId id = Id("dns", "net");
+  InsertLayeredRow("0", R"('{"domain":"desired"}')");
+  // Success 0: the unconfirmed user value is the desired one.
+  EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"]})",
+                        Json(GetDesiredInternal(id, conn_, Schema(id), FLAG_USER_ONLY))));
+  EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"uptime":1,"lastSync":"c"})",
+                        Json(GetDesiredInternal(id, conn_, Schema(id), FLAG_WITH_VITAL_CACHED))));
+  // Success 1: the DesiredValue column.
+  ASSERT_EQ(Exec("UPDATE Config SET Success = 1"), "");
+  EXPECT_EQ(Json(GetDesiredInternal(id, conn_, Schema(id), FLAG_USER_ONLY)),
+            R"({"domain":"desired"})");
+  // Success 1 and no DesiredValue: no desired user value; vital and cached
+  // still read with the flag.
+  ASSERT_EQ(Exec("UPDATE Config SET DesiredValue = NULL"), "");
+  EXPECT_EQ(GetDesiredInternal(id, conn_, Schema(id), FLAG_USER_ONLY), nullptr);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"cached","uptime":1,"lastSync":"c"})",
+                        Json(GetDesiredInternal(id, conn_, Schema(id), FLAG_WITH_VITAL_CACHED))));
+  ObjectPtr object = GetDesiredInternal(id, conn_, Schema(id), FLAG_WITH_VITAL_CACHED);
+  EXPECT_EQ(object->GetRevision(), 3);
+}
+
+TEST_F(ReadRowsTest, DesiredViewOfEveryInstance) {
+  InsertRow(Id("iface", "net", "a"), "Success, UserValue", R"(0, '{"name":"a","mtu":1}')");
+  InsertRow(Id("iface", "net", "b"), "Success, UserValue, DesiredValue",
+            R"(1, '{"name":"b","mtu":2}', '{"name":"b","mtu":3}')");
+  InsertRow(Id("iface", "net", "c"), "Success, UserValue, VitalValue",
+            R"(1, '{"name":"c","mtu":4}', '{"name":"c","speed":9}')");
+  ConfigStoreObjectId id = Id("iface", "net");
+  ObjectList user = GetDesiredUserConfigInstancesInternal(id, conn_, Schema(id), FLAG_USER_ONLY);
+  EXPECT_EQ(Ids(user), (std::vector<std::string>{"a", "b"}));
+  EXPECT_TRUE(JsonEqual(R"({"name":"a","mtu":1})", Json(user[0])));
+  EXPECT_TRUE(JsonEqual(R"({"name":"b","mtu":3})", Json(user[1])));
+  ObjectList layers =
+      GetDesiredUserConfigInstancesInternal(id, conn_, Schema(id), FLAG_WITH_VITAL_CACHED);
+  EXPECT_EQ(Ids(layers), (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_TRUE(JsonEqual(R"({"name":"c","speed":9})", Json(layers[2])));
+}
+
+TEST_F(ReadRowsTest, DefaultsMergeTheirLayersAndMissingOnesAreLogged) {
+  ASSERT_EQ(Exec(R"(INSERT INTO DefaultConfig (Component, ConfigGroup, Name, Identifier, Version,
+                    Value, VitalValue, CachedValue) VALUES
+                    ('corv', 'net', 'dns', '', '2.1', '{"domain":"def"}', '{"uptime":0}', '{"lastSync":"never"}'),
+                    ('corv', 'net', 'iface', 'e0', '1.0', '{"name":"e0","mtu":1500}', NULL, NULL),
+                    ('corv', 'net', 'iface', 'e1', '1.0', '{"name":"e1","mtu":9000}', '{"name":"e1","speed":1}', NULL))"),
+            "");
+  ConfigStoreObjectId dns = Id("dns", "net");
+  ObjectPtr object = GetDefaultConfigInternal(dns, conn_, Schema(dns));
+  EXPECT_TRUE(JsonEqual(R"({"domain":"def","uptime":0,"lastSync":"never"})", Json(object)));
+  EXPECT_EQ(object->GetVersion(), "2.1");
+  EXPECT_EQ(object->GetRevision(), -1);
+  EXPECT_EQ(Json(GetDefaultUserConfigInternal(dns, conn_, Schema(dns))), R"({"domain":"def"})");
+
+  LogCapture log(0);
+  ConfigStoreObjectId motd = Id("motd", "sys");
+  EXPECT_EQ(GetDefaultConfigInternal(motd, conn_, Schema(motd)), nullptr);
+  EXPECT_TRUE(log.Has(0, "Object not found: comp corv grp sys key motd"));
+  log.Clear();
+  EXPECT_EQ(GetDefaultUserConfigInternal(motd, conn_, Schema(motd)), nullptr);
+  EXPECT_TRUE(log.Has(0, "Object not found: comp corv grp sys key motd"));
+
+  ConfigStoreObjectId iface = Id("iface", "net");
+  ObjectList all = GetDefaultConfigInstancesInternal(Filter(iface), conn_, Schema(iface));
+  EXPECT_EQ(Ids(all), (std::vector<std::string>{"e0", "e1"}));
+  EXPECT_TRUE(JsonEqual(R"({"name":"e1","mtu":9000,"speed":1})", Json(all[1])));
+  EXPECT_EQ(Ids(GetDefaultConfigInstancesInternal(Filter(iface, R"({"mtu":9000})"), conn_,
+                                                  Schema(iface))),
+            (std::vector<std::string>{"e1"}));
+  EXPECT_EQ(Ids(GetDefaultConfigInstancesInternal(Filter(Id("iface", "net", "e0")), conn_,
+                                                  Schema(iface))),
+            (std::vector<std::string>{"e0"}));
+  ObjectList user = GetDefaultUserConfigInstancesInternal(iface, conn_, Schema(iface));
+  EXPECT_EQ(Ids(user), (std::vector<std::string>{"e0", "e1"}));
+  EXPECT_TRUE(JsonEqual(R"({"name":"e1","mtu":9000})", Json(user[1])));
+}
+
+}  // namespace
+}  // namespace CorvTest
