@@ -1,0 +1,15 @@
+// Checking an import document without writing it.
+#include <corvconfigstore/ImportCheck.h>
+
+#include "document/ImportExportInternal.h"
+#include "platform/SchemaStore.h"
+
+namespace CorvConfigStore {
+
+bool ValidateImport(const std::string& docString, std::vector<ErrorInfo>& errors) {
+  CsoIdObjectMap objects;
+  return GetCsoidObjMapFromDocument(docString, objects, CorvSchemaStore::SchemaStore::GetCache(),
+                                    errors);
+}
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,17 @@
+// The boot-phase rule for external writes of user configuration.
+#include "store/BootContextRule.h"
+
+#include <corvconfigstore/KeyValue.h>
+
+#include "platform/SchemaStore.h"
+#include "validation/Validation.h"
+
+namespace CorvConfigStore {
+
+void ApplyBootContextRule(const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
+                          bool isUserData, const USERDATA_CONTEXT& context) {
+  if (!isUserData || schema->IsBootExempt()) return;
+  if (IsBoot()) checkUserContext(true, context);
+}
+
+}  // namespace CorvConfigStore

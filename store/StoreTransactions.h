@@ -1,0 +1,34 @@
+// Running a store operation's statements inside one database transaction.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace DBStore {
+class StoreConnection;
+}
+
+namespace CorvConfigStore {
+
+// What becomes of an exception that leaves the statements. Either way the
+// transaction is cancelled first.
+enum class TransactionFailure {
+  // Every std::exception becomes ConfigStoreException 2000 "Operation
+  // failed: " followed by its text (the bulk writes, DeleteInstances).
+  kWrapAll,
+  // Store exceptions reach the caller unchanged; any other std::exception is
+  // wrapped as above (Update, the next-boot store).
+  kKeepStoreExceptions,
+};
+
+// Begins a transaction (nested inside the caller's when one is open), runs
+// work and commits. A begin that fails throws ConfigStoreException 2000
+// "Begin Transaction failed for: <operation>"; a commit that fails throws
+// "Commit transaction failed." from inside the guarded region, so it is
+// cancelled and handled by the failure policy like any other failure.
+// Exceptions not derived from std::exception pass through uncancelled.
+void RunInTransaction(const std::shared_ptr<DBStore::StoreConnection>& connection,
+                      const char* operation, TransactionFailure policy,
+                      const std::function<void()>& work);
+
+}  // namespace CorvConfigStore
