@@ -1,12 +1,6 @@
 // Provisioning: creating a store database file and its tables, or
 // completing an existing one.
 #include <corvconfigstore/Logger.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 
 #include "platform/DBConnectionImpl.h"
 
@@ -78,42 +72,20 @@ int Fail(const std::string& path, const std::string& reason, std::string* error)
   return kFailure;
 }
 
-// Removes a file this call created, with the journal files SQLite may have
-// left beside it.
-void RemoveCreated(const std::string& path) {
-  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) unlink((path + suffix).c_str());
-}
-
 }  // namespace
 
 int ProvisionStore(const std::string& path, std::string* error) {
-  if (path.empty()) return Fail(path, "no database path", error);
-
-  // Creating the file here, not through SQLite, is what gives it mode 0600
-  // whatever the umask; the journal files SQLite makes take the same mode.
   bool created = false;
-  int fd = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (fd >= 0) {
-    created = true;
-    int rc = fchmod(fd, 0600);
-    int saved = errno;
-    close(fd);
-    if (rc != 0) {
-      RemoveCreated(path);
-      return Fail(path, std::string("cannot set the file mode: ") + std::strerror(saved), error);
-    }
-  } else if (errno != EEXIST) {
-    return Fail(path, std::string("cannot create the file: ") + std::strerror(errno), error);
-  }
-
   std::string reason;
+  if (CreateDatabaseFile(path, &created, &reason) != kSuccess) return Fail(path, reason, error);
+
   std::shared_ptr<StoreConnection> connection = OpenConnection(path, &reason);
   if (connection && ExecScript(ConnectionAccess::Of(*connection), kStoreSchema) != kSuccess)
     reason = connection->LastError();
   if (connection && reason.empty()) return kSuccess;
 
   connection.reset();
-  if (created) RemoveCreated(path);
+  if (created) RemoveDatabaseFiles(path);
   return Fail(path, reason, error);
 }
 

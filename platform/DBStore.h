@@ -141,6 +141,13 @@ int WriteKeyValue(const std::shared_ptr<StoreConnection>& connection, const std:
 int AttachSchemaStore(const std::shared_ptr<StoreConnection>& connection);
 int DetachSchemaStore(const std::shared_ptr<StoreConnection>& connection);
 
+// Creates path as an empty file with mode 0600 unless a file is there
+// already; *created tells whether this call made it. Returns 0, or 1 with the
+// reason in *error.
+int CreateDatabaseFile(const std::string& path, bool* created, std::string* error);
+// Removes a database file and the journal files SQLite keeps beside it.
+void RemoveDatabaseFiles(const std::string& path);
+
 // Creates the store database at path (mode 0600) with its tables, or
 // completes an existing one; running it twice changes nothing. Returns 0 on
 // success; on failure 1 with the reason in *error.

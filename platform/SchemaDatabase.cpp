@@ -1,13 +1,6 @@
 // The schema store database: creation, its table and view, and row access.
 #include "platform/SchemaDatabase.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-
 #include "core/Throw.h"
 
 namespace CorvSchemaStore {
@@ -32,32 +25,13 @@ const DBStore::SqlStatement kReadRows(
   CorvConfigStore::ThrowGeneral("Cannot open schema store " + path + ": " + reason);
 }
 
-// Removes a database file this process created, with SQLite's files beside it.
-void RemoveCreated(const std::string& path) {
-  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) unlink((path + suffix).c_str());
-}
-
 }  // namespace
 
 std::shared_ptr<DBStore::StoreConnection> OpenSchemaDatabaseForWrite(const std::string& path) {
-  if (path.empty()) Fail(path, "no database path");
-  // Made here rather than by SQLite so that the mode is 0600 whatever the
-  // umask; SQLite gives its journal files the mode of the database.
   bool created = false;
-  int fd = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (fd >= 0) {
-    created = true;
-    int rc = fchmod(fd, 0600);
-    int saved = errno;
-    close(fd);
-    if (rc != 0) {
-      RemoveCreated(path);
-      Fail(path, std::string("cannot set the file mode: ") + std::strerror(saved));
-    }
-  } else if (errno != EEXIST) {
-    Fail(path, std::string("cannot create the file: ") + std::strerror(errno));
-  }
-
+  std::string failure;
+  if (DBStore::CreateDatabaseFile(path, &created, &failure) != DBStore::kSuccess)
+    Fail(path, failure);
   std::shared_ptr<DBStore::StoreConnection> connection = DBStore::StoreConnection::Open(path);
   std::string reason = connection ? "" : "not a database or not readable";
   for (const DBStore::SqlStatement* statement : {&kCreateTable, &kCreateView}) {
@@ -68,7 +42,7 @@ std::shared_ptr<DBStore::StoreConnection> OpenSchemaDatabaseForWrite(const std::
   }
   if (reason.empty()) return connection;
   connection.reset();
-  if (created) RemoveCreated(path);
+  if (created) DBStore::RemoveDatabaseFiles(path);
   Fail(path, reason);
 }
 
