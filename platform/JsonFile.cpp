@@ -13,7 +13,8 @@ namespace CorvSchemaStore {
 void ReadJsonFile(const std::string& path, const std::string& what,
                   CorvConfigStore::JsonDocument& document) {
   std::ifstream in(path, std::ios::binary);
-  if (!in) CorvConfigStore::ThrowGeneral("Cannot read " + what + " " + path + ": " + std::strerror(errno));
+  if (!in)
+    CorvConfigStore::ThrowGeneral("Cannot read " + what + " " + path + ": " + std::strerror(errno));
   std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   if (in.bad()) CorvConfigStore::ThrowGeneral("Cannot read " + what + " " + path + ": read error");
   std::string error;

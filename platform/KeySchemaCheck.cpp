@@ -6,6 +6,7 @@
 
 #include "core/Throw.h"
 #include "platform/JsonPattern.h"
+#include "platform/JsonValidator.h"
 #include "platform/SchemaNodes.h"
 #include "platform/SchemaStore.h"
 
@@ -34,7 +35,9 @@ enum class Where {
   kOther,             // under a combinator, additionalProperties, ...
 };
 
-std::string Name(const JsonValue& name) { return std::string(name.GetString(), name.GetStringLength()); }
+std::string Name(const JsonValue& name) {
+  return std::string(name.GetString(), name.GetStringLength());
+}
 
 // One JSON Pointer token (RFC 6901).
 std::string Escape(const std::string& token) {
@@ -99,13 +102,31 @@ class Checker {
       CorvConfigStore::ThrowGeneral("Schema of " + keyName_ + " at " +
                                     (pointer.empty() ? "/" : pointer) +
                                     " must be an object or a boolean");
-    for (const auto& member : node.GetObject()) Keyword(node, Name(member.name), member.value,
-                                                         pointer, where);
+    for (const auto& member : node.GetObject())
+      Keyword(node, Name(member.name), member.value, pointer, where);
     if (where == Where::kItems) CheckSingleInstanceId(node, pointer);
+    CheckDefault(node, pointer);
+  }
+
+  // A default must itself be a valid value of its schema (types, structure
+  // and value constraints; it may be partial).
+  void CheckDefault(const JsonValue& node, const std::string& pointer) {
+    auto value = node.FindMember("default");
+    if (value == node.MemberEnd()) return;
+    CorvConfigStore::JsonDocument result;
+    JsonValidator::Validate(node, value->value, result, {0, 1}, "");
+    if (!result.IsArray() || result.Empty()) return;
+    const JsonValue& first = result[0];
+    std::string field =
+        first.HasMember("field") && first["field"].IsString() ? Name(first["field"]) : "/";
+    std::string error =
+        first.HasMember("error") && first["error"].IsString() ? Name(first["error"]) : "";
+    Fail("default", pointer, "does not satisfy its schema: " + field + ": " + error);
   }
 
   void Schemas(const std::string& keyword, const JsonValue& value, const std::string& pointer) {
-    if (!value.IsArray() || value.Empty()) Fail(keyword, pointer, "must be a non-empty list of schemas");
+    if (!value.IsArray() || value.Empty())
+      Fail(keyword, pointer, "must be a non-empty list of schemas");
     for (rapidjson::SizeType i = 0; i < value.Size(); ++i)
       Node(value[i], pointer + "/" + keyword + "/" + std::to_string(i), Where::kOther);
   }
@@ -165,8 +186,7 @@ class Checker {
     } else if (keyword == "required") {
       if (!IsStringList(value)) Fail(k, pointer, "must be a list of strings");
     } else if (keyword == "minItems" || keyword == "maxItems" || keyword == "minLength" ||
-               keyword == "maxLength" || keyword == "minProperties" ||
-               keyword == "maxProperties") {
+               keyword == "maxLength" || keyword == "minProperties" || keyword == "maxProperties") {
       if (!IsNonNegativeInteger(value)) Fail(k, pointer, "must be a non-negative integer");
     } else if (keyword == "minimum" || keyword == "maximum" || keyword == "exclusiveMinimum" ||
                keyword == "exclusiveMaximum") {
@@ -208,7 +228,8 @@ class Checker {
     const char* k = keyword.c_str();
     bool known = true;
     if (keyword == "version" || keyword == "valueType") {
-      if (!value.IsString() || value.GetStringLength() == 0) Fail(k, pointer, "must be a non-empty string");
+      if (!value.IsString() || value.GetStringLength() == 0)
+        Fail(k, pointer, "must be a non-empty string");
     } else if (keyword == "tags") {
       if (!IsStringList(value)) Fail(k, pointer, "must be a list of strings");
     } else if (keyword == "bootExempt" || keyword == "applyDuringUpgrade" ||

@@ -59,8 +59,8 @@ FileStamp Stamp(const std::string& path) {
   stamp.device = status.st_dev;
   stamp.inode = status.st_ino;
   stamp.size = status.st_size;
-  stamp.modifiedNs = static_cast<int64_t>(status.st_mtim.tv_sec) * 1000000000 +
-                     status.st_mtim.tv_nsec;
+  stamp.modifiedNs =
+      static_cast<int64_t>(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
   return stamp;
 }
 
@@ -146,8 +146,8 @@ void SchemaObjectCache::State::Refresh() {
       ClockNs(CLOCK_REALTIME) - std::max(database.modifiedNs, wal.modifiedNs) >= kSettleNs)
     return;
   int64_t version = 0;
-  if (loaded && connection && databaseNow.SameFile(connectionFile) &&
-      ReadDataVersion(&version) && version == dataVersion) {
+  if (loaded && connection && databaseNow.SameFile(connectionFile) && ReadDataVersion(&version) &&
+      version == dataVersion) {
     database = databaseNow;
     wal = walNow;
     return;

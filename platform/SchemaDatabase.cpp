@@ -50,7 +50,9 @@ int WriteSchemaRow(const std::shared_ptr<DBStore::StoreConnection>& connection,
                    const SchemaRow& row) {
   using DBStore::SqlParam;
   DBStore::SqlParams params = {
-      SqlParam::Text(row.component), SqlParam::Text(row.group),   SqlParam::Text(row.key),
+      SqlParam::Text(row.component),
+      SqlParam::Text(row.group),
+      SqlParam::Text(row.key),
       SqlParam::Text(row.version),
       row.valueType.empty() ? SqlParam::Null() : SqlParam::Text(row.valueType),
       SqlParam::Text(row.document)};

@@ -32,7 +32,9 @@ JsonValue& Member(JsonValue& closed, const JsonValue& name, JsonAllocator& alloc
   return (properties.MemberEnd() - 1)->value;
 }
 
-std::string Text(const JsonValue& value) { return std::string(value.GetString(), value.GetStringLength()); }
+std::string Text(const JsonValue& value) {
+  return std::string(value.GetString(), value.GetStringLength());
+}
 
 void AddGeneratedId(JsonValue& instance, JsonAllocator& allocator) {
   if (!instance.IsObject() || instance.HasMember(kGeneratedIdProperty)) return;
@@ -77,8 +79,8 @@ void PopulateGeneratedInstanceId(const JsonValue& schema, JsonValue& value,
                                  JsonAllocator& allocator) {
   if (!schema.IsObject()) return;
   auto items = schema.FindMember("items");
-  bool generated = IsArrayOfObjects(schema) &&
-                   FindInstanceIdProperty(items->value) == kGeneratedIdProperty;
+  bool generated =
+      IsArrayOfObjects(schema) && FindInstanceIdProperty(items->value) == kGeneratedIdProperty;
   if (value.IsArray()) {
     if (items == schema.MemberEnd()) return;
     for (JsonValue& element : value.GetArray()) {

@@ -18,7 +18,9 @@ namespace {
 
 using CorvSchemaStore::SchemaRow;
 
-std::string Text(const JsonValue& value) { return std::string(value.GetString(), value.GetStringLength()); }
+std::string Text(const JsonValue& value) {
+  return std::string(value.GetString(), value.GetStringLength());
+}
 
 void CheckName(const char* what, const std::string& name, const std::string& where) {
   if (!CorvSchemaStore::IsValidSchemaName(name))
@@ -83,8 +85,8 @@ int LoadSchemaFile(const std::string& path) {
     if (CorvSchemaStore::WriteSchemaRow(connection, row) != DBStore::kSuccess) {
       std::string reason = connection->LastError();
       DBStore::CancelTransaction(connection);
-      ThrowGeneral("Cannot store the schema of " + row.component + "." + row.group + "." +
-                   row.key + " in " + database + ": " + reason);
+      ThrowGeneral("Cannot store the schema of " + row.component + "." + row.group + "." + row.key +
+                   " in " + database + ": " + reason);
     }
   }
   if (DBStore::CommitTransaction(connection) != DBStore::kSuccess) {

@@ -80,8 +80,7 @@ JsonValue CollectDefaults(const JsonValue& node, JsonAllocator& allocator) {
       entry = CollectDefaults(schema["items"], allocator);
       if (entry.MemberCount() == 0) entry.SetNull();
     }
-    if (entry.IsNull() && schema.HasMember("default"))
-      entry.CopyFrom(schema["default"], allocator);
+    if (entry.IsNull() && schema.HasMember("default")) entry.CopyFrom(schema["default"], allocator);
     if (entry.IsNull() && HasType(schema, "object")) {
       entry = CollectDefaults(schema, allocator);
       if (entry.MemberCount() == 0) entry.SetNull();

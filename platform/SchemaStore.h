@@ -32,7 +32,8 @@ extern const char* const kRebootRequiredTag;
 // "instanceId"); for a key with instances, "vital" or "cached" on the key
 // root is repeated on its "items", since walks of one instance start there.
 // Running it twice changes nothing.
-void NormaliseKeySchema(CorvConfigStore::JsonValue& schema, CorvConfigStore::JsonAllocator& allocator);
+void NormaliseKeySchema(CorvConfigStore::JsonValue& schema,
+                        CorvConfigStore::JsonAllocator& allocator);
 
 // One key schema with every answer derived from it at construction. The
 // constructor keeps a normalised copy of the document (NormaliseKeySchema),

@@ -121,7 +121,8 @@ TEST_F(DefaultsLoaderTest, UnknownConfigurationIsRefusedAndNothingLoads) {
                 "Unknown configuration corv.nett.dns in defaults file " + File());
   ExpectRefused(R"({"corvx": {"net": {"dns": {}}}})",
                 "Unknown configuration corvx.net.dns in defaults file " + File());
-  EXPECT_EQ(Rows(), (std::vector<std::string>{R"(corv|net|dns||1.0|{"servers":["old"]}|NULL|NULL)"}));
+  EXPECT_EQ(Rows(),
+            (std::vector<std::string>{R"(corv|net|dns||1.0|{"servers":["old"]}|NULL|NULL)"}));
 }
 
 TEST_F(DefaultsLoaderTest, AnInvalidValueLoadsNothing) {
@@ -165,8 +166,7 @@ TEST_F(DefaultsLoaderTest, FileAndStoreFaults) {
     LoadDefaultsFile(env_.Dir().File("absent.json"));
     ADD_FAILURE() << "a missing file loaded";
   } catch (const ConfigStoreException& e) {
-    EXPECT_EQ(std::string(e.what()), "Cannot read defaults file " +
-                                         env_.Dir().File("absent.json") +
+    EXPECT_EQ(std::string(e.what()), "Cannot read defaults file " + env_.Dir().File("absent.json") +
                                          ": No such file or directory");
   }
   CorvTest::StoreEnvironment noStore;
@@ -204,16 +204,16 @@ TEST(ExampleSchemasTest, TheExampleSchemasAndDefaultsLoad) {
   EXPECT_FALSE(cache->GetSchema("corv", "time", "ntp")->ApplyDuringUpgrade());
   EXPECT_EQ(cache->GetSchema("corv", "system", "identity")->GetKind(), 4);
 
-  EXPECT_EQ(QueryRows(env.StorePath(),
-                      "SELECT Identifier, Version, Value, VitalValue, CachedValue FROM "
-                      "DefaultConfig WHERE Name = 'nics' ORDER BY Identifier"),
-            (std::vector<std::string>{
-                R"(eth0|1.2|{"name":"eth0","enabled":true,"mtu":1500,"addresses":)"
-                R"([{"address":"192.0.2.10","prefixLength":24}]}|)"
-                R"({"name":"eth0","macAddress":"52:54:00:12:34:56"}|NULL)",
-                R"(lo|1.2|{"name":"lo","mtu":65536,"addresses":)"
-                R"([{"address":"127.0.0.1","prefixLength":8}]}|)"
-                R"({"name":"lo","macAddress":"00:00:00:00:00:00"}|NULL)"}));
+  EXPECT_EQ(
+      QueryRows(env.StorePath(),
+                "SELECT Identifier, Version, Value, VitalValue, CachedValue FROM "
+                "DefaultConfig WHERE Name = 'nics' ORDER BY Identifier"),
+      (std::vector<std::string>{R"(eth0|1.2|{"name":"eth0","enabled":true,"mtu":1500,"addresses":)"
+                                R"([{"address":"192.0.2.10","prefixLength":24}]}|)"
+                                R"({"name":"eth0","macAddress":"52:54:00:12:34:56"}|NULL)",
+                                R"(lo|1.2|{"name":"lo","mtu":65536,"addresses":)"
+                                R"([{"address":"127.0.0.1","prefixLength":8}]}|)"
+                                R"({"name":"lo","macAddress":"00:00:00:00:00:00"}|NULL)"}));
   EXPECT_EQ(QueryRows(env.StorePath(),
                       "SELECT Value, VitalValue FROM DefaultConfig WHERE Name = 'options'"),
             (std::vector<std::string>{

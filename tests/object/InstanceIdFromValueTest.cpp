@@ -1,10 +1,9 @@
 // Reading the instance id of an instance value through its key's schema.
-#include "object/InstanceIdFromValue.h"
-
 #include <corvconfigstore/Exceptions.h>
 #include <gtest/gtest.h>
 
 #include "core/Throw.h"
+#include "object/InstanceIdFromValue.h"
 #include "platform/SchemaStore.h"
 
 using CorvConfigStore::ConfigStoreException;

@@ -61,7 +61,8 @@ class GenerateSchemaDocumentTest : public ::testing::Test {
   }
 
   std::string StoredSchema(const char* group, const char* key) {
-    return JsonToString(SchemaStore::GetCache()->GetSchema("corv", group, key)->GetSchemaDocument());
+    return JsonToString(
+        SchemaStore::GetCache()->GetSchema("corv", group, key)->GetSchemaDocument());
   }
 
   CorvTest::StoreEnvironment env_;
@@ -73,10 +74,10 @@ TEST_F(GenerateSchemaDocumentTest, ClosedObjectsWithEachKnownKeySchemaInPlace) {
   JsonDocument value = Parse(R"({"corv": {"net": {"nics": [], "dns": {}}, "time": {"ntp": {}}}})");
   JsonDocument schema = Generate(value);
   std::string closed = R"({"type":"object","additionalProperties":false,"properties":)";
-  EXPECT_EQ(JsonToString(schema),
-            closed + "{\"corv\":" + closed + "{\"net\":" + closed + "{\"nics\":" +
-                StoredSchema("net", "nics") + ",\"dns\":" + StoredSchema("net", "dns") +
-                "}},\"time\":" + closed + "{\"ntp\":" + StoredSchema("time", "ntp") + "}}}}}}");
+  EXPECT_EQ(JsonToString(schema), closed + "{\"corv\":" + closed + "{\"net\":" + closed +
+                                      "{\"nics\":" + StoredSchema("net", "nics") + ",\"dns\":" +
+                                      StoredSchema("net", "dns") + "}},\"time\":" + closed +
+                                      "{\"ntp\":" + StoredSchema("time", "ntp") + "}}}}}}");
   EXPECT_TRUE(schema["properties"]["corv"]["properties"]["net"]["properties"]["nics"]["items"]
                     ["properties"]["name"]["instanceId"]
                         .GetBool());

@@ -81,9 +81,10 @@ TEST_F(SchemaLoaderTest, StoresNormalisedDocumentsVersionAndValueType) {
       "routes": {"type": "array", "version": "2.1", "valueType": "corv-shared",
                  "items": {"type": "object", "properties": {"to": {"type": "string"}}}},
       "dns": {"type": "object"}}}})");
-  EXPECT_EQ(CorvTest::QueryRows(env_.SchemaStorePath(),
-                  "SELECT Component, ConfigGroup, Name, Version, ValueType, Document FROM Schema "
-                  "ORDER BY Name"),
+  EXPECT_EQ(CorvTest::QueryRows(
+                env_.SchemaStorePath(),
+                "SELECT Component, ConfigGroup, Name, Version, ValueType, Document FROM Schema "
+                "ORDER BY Name"),
             (std::vector<std::string>{
                 R"(corv|net|dns|1.0|NULL|{"type":"object"})",
                 R"(corv|net|routes|2.1|corv-shared|{"type":"array","version":"2.1",)"
@@ -95,11 +96,12 @@ TEST_F(SchemaLoaderTest, SmartnicSchemaViewListsValueTypes) {
   env_.LoadSchemas(R"({"corv": {"net": {
       "shared": {"type": "object", "valueType": "corv-shared"},
       "local": {"type": "object"}}}})");
-  EXPECT_EQ(CorvTest::QueryRows(env_.SchemaStorePath(),
-                  "SELECT Component, ConfigGroup, Name, ValueType FROM SmartnicSchema ORDER BY Name"),
+  EXPECT_EQ(CorvTest::QueryRows(
+                env_.SchemaStorePath(),
+                "SELECT Component, ConfigGroup, Name, ValueType FROM SmartnicSchema ORDER BY Name"),
             (std::vector<std::string>{"corv|net|local|NULL", "corv|net|shared|corv-shared"}));
   EXPECT_EQ(CorvTest::QueryRows(env_.SchemaStorePath(),
-                  "SELECT Name FROM SmartnicSchema WHERE ValueType = 'corv-shared'"),
+                                "SELECT Name FROM SmartnicSchema WHERE ValueType = 'corv-shared'"),
             (std::vector<std::string>{"shared"}));
 }
 
@@ -165,9 +167,10 @@ TEST_F(SchemaLoaderTest, FlagsWrittenFalseAreRefused) {
 
 TEST_F(SchemaLoaderTest, InstanceIdOnlyOnOneStringPropertyOfItems) {
   const std::string where = "is allowed only on a string property of the items of an array";
-  ExpectKeyRefused(R"({"type": "array", "items": {"type": "object", "properties": {
+  ExpectKeyRefused(
+      R"({"type": "array", "items": {"type": "object", "properties": {
       "id": {"type": "integer", "instanceId": true}}}})",
-                   "Keyword \"instanceId\" in schema of corv.net.k at /items/properties/id " + where);
+      "Keyword \"instanceId\" in schema of corv.net.k at /items/properties/id " + where);
   ExpectKeyRefused(R"({"type": "object", "properties": {
       "id": {"type": "string", "instanceId": true}}})",
                    "Keyword \"instanceId\" in schema of corv.net.k at /properties/id " + where);
@@ -187,7 +190,8 @@ TEST_F(SchemaLoaderTest, KeywordValuesOfTheWrongFormAreRefused) {
     return std::string("Keyword \"") + keyword + "\" in schema of corv.net.k at " + pointer + " " +
            fault;
   };
-  ExpectKeyRefused(R"({"type": "object", "tags": "x"})", at("tags", "/", "must be a list of strings"));
+  ExpectKeyRefused(R"({"type": "object", "tags": "x"})",
+                   at("tags", "/", "must be a list of strings"));
   ExpectKeyRefused(R"({"type": "object", "version": 2})",
                    at("version", "/", "must be a non-empty string"));
   ExpectKeyRefused(R"({"type": "object", "valueType": ""})",
@@ -208,9 +212,9 @@ TEST_F(SchemaLoaderTest, KeywordValuesOfTheWrongFormAreRefused) {
                    at("multipleOf", "/properties/x", "must be a number above 0"));
   ExpectKeyRefused(R"({"type": "object", "properties": {"x": {"format": "ipv5"}}})",
                    at("format", "/properties/x", "must be one of ipv4, ipv6, hostname, mac, uuid"));
-  ExpectKeyRefused(R"({"type": "object", "properties": {"x": {"type": "strng"}}})",
-                   at("type", "/properties/x",
-                      "must be a type name or a non-empty list of type names"));
+  ExpectKeyRefused(
+      R"({"type": "object", "properties": {"x": {"type": "strng"}}})",
+      at("type", "/properties/x", "must be a type name or a non-empty list of type names"));
   ExpectKeyRefused(R"({"type": "object", "properties": {"x": {"enum": []}}})",
                    at("enum", "/properties/x", "must be a non-empty list"));
   ExpectKeyRefused(R"({"type": "object", "properties": {"x": {"required": [1]}}})",
@@ -229,12 +233,35 @@ TEST_F(SchemaLoaderTest, KeywordValuesOfTheWrongFormAreRefused) {
     env_.LoadSchemas(OneKey(R"({"type": "object", "properties": {"x": {"pattern": "(a"}}})"));
     ADD_FAILURE() << "an invalid pattern loaded";
   } catch (const ConfigStoreException& e) {
-    EXPECT_EQ(std::string(e.what()).rfind(at("pattern", "/properties/x",
-                                             "holds an invalid regular expression: "),
-                                          0),
+    EXPECT_EQ(std::string(e.what()).rfind(
+                  at("pattern", "/properties/x", "holds an invalid regular expression: "), 0),
               0u)
         << e.what();
   }
+}
+
+TEST_F(SchemaLoaderTest, DefaultsMustSatisfyTheirSchema) {
+  const std::string prefix = "Keyword \"default\" in schema of corv.net.k at ";
+  for (const auto& bad : std::vector<std::pair<std::string, std::string>>{
+           {R"({"type": "object", "properties": {"mtu": {"type": "integer", "minimum": 68,
+               "default": 10}}})",
+            "/properties/mtu does not satisfy its schema: /: "},
+           {R"({"type": "object", "properties": {"s": {"type": "array",
+               "items": {"type": "string"}, "default": ["a", 1]}}})",
+            "/properties/s does not satisfy its schema: /1: "}}) {
+    try {
+      env_.LoadSchemas(OneKey(bad.first), "refused.json");
+      ADD_FAILURE() << "loaded: " << bad.first;
+    } catch (const ConfigStoreException& e) {
+      EXPECT_EQ(e.GetErrorCode(), 2000);
+      EXPECT_EQ(std::string(e.what()).rfind(prefix + bad.second, 0), 0u) << e.what();
+    }
+  }
+  // A default may be partial: required members are not asked of it.
+  EXPECT_EQ(env_.LoadSchemas(OneKey(R"({"type": "object", "properties": {"o": {"type": "object",
+      "required": ["x"], "properties": {"x": {"type": "string"}, "y": {"type": "integer"}},
+      "default": {"y": 1}}}})")),
+            1);
 }
 
 TEST_F(SchemaLoaderTest, KeyRootMustBeAnObjectOrAListOfObjects) {
@@ -255,7 +282,8 @@ TEST_F(SchemaLoaderTest, BadNamesAreRefused) {
   ExpectRefused(R"({"bad name": {}})",
                 "Invalid component name \"bad name\" in schema file " + file + rule);
   ExpectRefused(R"({"": {}})", "Invalid component name \"\" in schema file " + file + rule);
-  ExpectRefused(R"({"corv": {"n.et": {}}})", "Invalid group name \"n.et\" in component corv" + rule);
+  ExpectRefused(R"({"corv": {"n.et": {}}})",
+                "Invalid group name \"n.et\" in component corv" + rule);
   std::string long_name(65, 'k');
   ExpectRefused(R"({"corv": {"net": {")" + long_name + R"(": {"type": "object"}}}})",
                 "Invalid key name \"" + long_name + "\" in group corv.net" + rule);
@@ -283,9 +311,8 @@ TEST_F(SchemaLoaderTest, FileStructureFaultsAreRefused) {
     ADD_FAILURE() << "broken JSON loaded";
   } catch (const ConfigStoreException& e) {
     EXPECT_EQ(e.GetErrorCode(), 2000);
-    EXPECT_EQ(std::string(e.what()).rfind("Invalid JSON in schema file " +
-                                              env_.Dir().File("broken.json") + ": ",
-                                          0),
+    EXPECT_EQ(std::string(e.what()).rfind(
+                  "Invalid JSON in schema file " + env_.Dir().File("broken.json") + ": ", 0),
               0u)
         << e.what();
   }

@@ -83,7 +83,8 @@ TEST(SchemaObjectTest, KeyWithInstancesAndNestedLists) {
 
 TEST(SchemaObjectTest, GeneratedIdDeclaredOnItemsWithoutInstanceId) {
   auto schema = Make(R"({"type": "array", "items": {"type": "object",
-      "properties": {"to": {"type": "string"}}}})", "staticRoutes");
+      "properties": {"to": {"type": "string"}}}})",
+                     "staticRoutes");
   EXPECT_EQ(schema->GetInstanceIdProperty(), "cs_generated_id");
   EXPECT_EQ(JsonToString(schema->GetInstanceIdMap()), R"({"staticRoutes":"cs_generated_id"})");
   EXPECT_EQ(JsonToString(schema->GetSchemaDocument()),
@@ -102,8 +103,8 @@ TEST(SchemaObjectTest, ArrayOfScalarsIsNotAList) {
   auto schema = Make(R"({"type": "object", "properties": {
       "servers": {"type": "array", "items": {"type": "string"}}}})");
   EXPECT_EQ(JsonToString(schema->GetInstanceIdMap()), "{}");
-  EXPECT_FALSE(schema->GetSchemaDocument()["properties"]["servers"]["items"].HasMember(
-      "properties"));
+  EXPECT_FALSE(
+      schema->GetSchemaDocument()["properties"]["servers"]["items"].HasMember("properties"));
 }
 
 TEST(SchemaObjectTest, FirstDefinitionOfANameWins) {
@@ -120,7 +121,8 @@ TEST(SchemaObjectTest, KeyNameComesFirstInTheMap) {
   auto schema = Make(R"({"type": "array", "items": {"type": "object", "properties": {
       "id": {"type": "string", "instanceId": true},
       "list": {"type": "array", "items": {"type": "object", "properties": {
-        "x": {"type": "string", "instanceId": true}}}}}}})", "list");
+        "x": {"type": "string", "instanceId": true}}}}}}})",
+                     "list");
   EXPECT_EQ(JsonToString(schema->GetInstanceIdMap()), R"({"list":"id"})");
 }
 
@@ -199,8 +201,8 @@ TEST(SchemaObjectTest, RootAnnotations) {
 TEST(SchemaObjectTest, NormalisationIsIdempotent) {
   JsonDocument once;
   std::string error;
-  ASSERT_TRUE(CorvConfigStore::ParseJson(kNics, std::char_traits<char>::length(kNics), once,
-                                         &error));
+  ASSERT_TRUE(
+      CorvConfigStore::ParseJson(kNics, std::char_traits<char>::length(kNics), once, &error));
   CorvSchemaStore::NormaliseKeySchema(once, once.GetAllocator());
   std::string first = JsonToString(once);
   CorvSchemaStore::NormaliseKeySchema(once, once.GetAllocator());

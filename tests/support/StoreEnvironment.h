@@ -48,8 +48,7 @@ inline std::vector<std::string> QueryRows(const std::string& path, const std::st
 
 class StoreEnvironment {
  public:
-  StoreEnvironment()
-      : schemaStore_(dir_.File("schema-store.db")), store_(dir_.File("store.db")) {
+  StoreEnvironment() : schemaStore_(dir_.File("schema-store.db")), store_(dir_.File("store.db")) {
     Save("CORV_SCHEMASTORE_DB", savedSchemaStore_);
     Save("CORV_CONFIGSTORE_DB", savedStore_);
     setenv("CORV_SCHEMASTORE_DB", schemaStore_.c_str(), 1);
@@ -71,7 +70,9 @@ class StoreEnvironment {
     return CorvConfigStore::LoadSchemaFile(dir_.Write(name, text));
   }
   // Creates the store database with its tables; false on failure.
-  bool ProvisionStore() const { return DBStore::ProvisionStore(store_, nullptr) == DBStore::kSuccess; }
+  bool ProvisionStore() const {
+    return DBStore::ProvisionStore(store_, nullptr) == DBStore::kSuccess;
+  }
 
  private:
   static void Save(const char* name, std::optional<std::string>& saved) {
