@@ -1,0 +1,46 @@
+// The command groups of corvcfg, one registration function each, helpers
+// several of them share, and the runner that turns failures into exit
+// statuses.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <corvconfigstore/Types.h>
+
+#include <string>
+
+// Exit statuses: a command the store refused or that failed is 1, a command
+// line that cannot be used is 2.
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+// `corvcfg store ...`: setting up store databases.
+void AddStoreCommands(CLI::App& app);
+// `corvcfg kv ...`: the key-value table.
+void AddKvCommands(CLI::App& app);
+// `corvcfg schema ...` and `corvcfg defaults ...`: loading and showing schemas,
+// loading defaults.
+void AddSchemaCommands(CLI::App& app);
+void AddDefaultsCommands(CLI::App& app);
+// `corvcfg get`, `ids`, `revisions`.
+void AddReadCommands(CLI::App& app);
+// `corvcfg set`, `update`, `delete`.
+void AddWriteCommands(CLI::App& app);
+// `corvcfg validate`.
+void AddValidateCommand(CLI::App& app);
+// `corvcfg export`, `import`.
+void AddDocumentCommands(CLI::App& app);
+// `corvcfg next-boot ...`.
+void AddNextBootCommands(CLI::App& app);
+// `corvcfg boot ...` and `corvcfg kernel-options ...`.
+void AddBootCommands(CLI::App& app);
+
+// --context external|internal on a writing command.
+CLI::Option* AddContextOption(CLI::App* command, std::string& context);
+CorvConfigStore::USERDATA_CONTEXT ContextNamed(const std::string& name);
+
+// Parses the command line and runs the chosen command. Returns the exit
+// status: 0 on success (help included), kExitFailure when the command threw
+// (a ConfigStoreException is printed as "[code] message" on standard error,
+// followed by the records of a ValidationException, one a line), kExitUsage
+// for a usage error.
+int RunCommandLine(CLI::App& app, int argc, char** argv);

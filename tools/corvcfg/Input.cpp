@@ -1,0 +1,79 @@
+// Reading values and files, writing files.
+#include "Input.h"
+
+#include <corvconfigstore/Exceptions.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "Output.h"
+
+namespace {
+
+[[noreturn]] void ThrowFileError(int code, const char* verb, const std::string& path, int error) {
+  std::string message = std::string(verb) + " " + path + ": " + strerror(error);
+  throw CorvConfigStore::ConfigStoreException(code, message.c_str());
+}
+
+}  // namespace
+
+std::shared_ptr<ValueSource> AddValueOptions(CLI::App* command, const std::string& what) {
+  auto source = std::make_shared<ValueSource>();
+  source->jsonOption =
+      command->add_option("--json", source->json, what + ", as JSON text")->type_name("TEXT");
+  source->fileOption =
+      command->add_option("--file", source->file, what + ", from a file (\"-\": standard input)")
+          ->type_name("PATH");
+  source->jsonOption->excludes(source->fileOption);
+  return source;
+}
+
+std::string ReadValue(const ValueSource& source) {
+  if (source.jsonOption->count() > 0) return source.json;
+  if (source.fileOption->count() > 0) return ReadTextFile(source.file);
+  if (IsTerminal(STDIN_FILENO))
+    throw CLI::ValidationError("A value is required: give --json TEXT, --file PATH or standard input");
+  return ReadTextFile("-");
+}
+
+std::string ReadTextFile(const std::string& path) {
+  const bool standardInput = path == "-";
+  const std::string name = standardInput ? "standard input" : path;
+  int fd = standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) ThrowFileError(1081, "Cannot read", name, errno);
+  std::string text;
+  char chunk[65536];
+  for (;;) {
+    ssize_t count = read(fd, chunk, sizeof chunk);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) {
+      int error = errno;
+      if (!standardInput) close(fd);
+      ThrowFileError(1081, "Cannot read", name, error);
+    }
+    if (count == 0) break;
+    text.append(chunk, static_cast<size_t>(count));
+  }
+  if (!standardInput) close(fd);
+  return text;
+}
+
+void WriteTextFile(const std::string& path, const std::string& text) {
+  // Exports hold configuration, which may be private: readable by the owner
+  // only, like the store itself.
+  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  if (fd < 0) ThrowFileError(2000, "Cannot write", path, errno);
+  size_t written = 0;
+  while (written < text.size()) {
+    ssize_t count = write(fd, text.data() + written, text.size() - written);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) {
+      int error = errno;
+      close(fd);
+      ThrowFileError(2000, "Cannot write", path, error);
+    }
+    written += static_cast<size_t>(count);
+  }
+  if (close(fd) != 0) ThrowFileError(2000, "Cannot write", path, errno);
+}

@@ -1,0 +1,24 @@
+// JSON text in the program.
+#include "JsonText.h"
+
+#include <corvconfigstore/StoreObject.h>
+
+void ParseCheckedJson(const std::string& text, rapidjson::Document& document) {
+  // A bare StoreObject needs no schema; SetData throws the library's 1080
+  // for text that is not exactly one JSON value within the nesting limit.
+  CorvConfigStore::StoreObject probe(CorvConfigStore::ConfigStoreObjectId("", "", ""));
+  probe.SetData(text.c_str());
+  document.Parse<rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
+}
+
+std::string JsonText(const rapidjson::Value& value) {
+  JsonBuilder builder;
+  value.Accept(*builder);
+  return builder.Text();
+}
+
+std::string JsonArrayOf(const std::vector<std::string>& texts) {
+  std::string array = "[";
+  for (size_t i = 0; i < texts.size(); ++i) array += (i == 0 ? "" : ",") + texts[i];
+  return array + "]";
+}
