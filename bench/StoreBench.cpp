@@ -60,7 +60,7 @@ class BenchStore {
                         EXTERNAL);
     std::vector<std::shared_ptr<ConfigStoreObject>> nics;
     for (int i = 0; i < kInstances; ++i) {
-      std::string name = "vmnic" + std::to_string(i);
+      std::string name = "eth" + std::to_string(i);
       nics.push_back(CreateObject(ConfigStoreObjectId("nics", "net", "bench", name),
                                   R"({"name":")" + name + R"(","mtu":1500,"enabled":true})"));
     }

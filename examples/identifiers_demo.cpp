@@ -9,7 +9,7 @@ using namespace CorvConfigStore;
 
 int main() {
   ConfigStoreObjectId dns("dns", "net", "corv");
-  ConfigStoreObjectId nic("nics", "net", "corv", "vmnic0");
+  ConfigStoreObjectId nic("nics", "net", "corv", "eth0");
   std::cout << "singleton:      " << dns.toString() << "\n";
   std::cout << "instance:       " << nic.toString() << "\n";
   std::cout << "sub-object:     " << SubObjectId("routes", "default").toString() << "\n";

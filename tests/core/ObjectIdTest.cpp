@@ -26,8 +26,8 @@ TEST(ConfigStoreObjectIdTest, TextFormWithoutInstanceId) {
 }
 
 TEST(ConfigStoreObjectIdTest, TextFormPutsInstanceIdLast) {
-  EXPECT_EQ(ConfigStoreObjectId("nics", "net", "corv", "vmnic0").toString(),
-            "comp corv grp net key nics id vmnic0");
+  EXPECT_EQ(ConfigStoreObjectId("nics", "net", "corv", "eth0").toString(),
+            "comp corv grp net key nics id eth0");
 }
 
 TEST(ConfigStoreObjectIdTest, EqualityComparesAllFourFields) {

@@ -36,7 +36,7 @@ std::shared_ptr<CorvSchemaStore::SchemaObject> Dns() {
 }  // namespace
 
 TEST(ConfigStoreObjectTest, TakesMapDefaultsAndVersionFromTheSchema) {
-  auto object = ObjectFrom(Nics(), "{}", "vmnic0");
+  auto object = ObjectFrom(Nics(), "{}", "eth0");
   auto impl = object->GetImpl();
   EXPECT_EQ(impl->GetIdMapStr(),
             R"({"nics":"name","ips":"addr","routes":"cs_generated_id","vitalList":"a"})");
@@ -51,11 +51,11 @@ TEST(ConfigStoreObjectTest, TakesMapDefaultsAndVersionFromTheSchema) {
   EXPECT_EQ(impl->GetRootId(), object->GetConfigStoreObjectId());
   EXPECT_FALSE(impl->GetIndex().has_value());
   // The object of a key with instances carries its own instance id.
-  EXPECT_EQ(object->GetData(), R"({"name":"vmnic0"})");
+  EXPECT_EQ(object->GetData(), R"({"name":"eth0"})");
 }
 
 TEST(ConfigStoreObjectTest, GivenMetadataIsKept) {
-  ConfigStoreObjectId id("nics", "g", "c", "vmnic1");
+  ConfigStoreObjectId id("nics", "g", "c", "eth1");
   ConfigStoreObjectImpl impl(id, id, 4UL, CreateDocumentFromString(R"({"mtu":9000})"), Nics(),
                              "3.0", "2024-01-01", "2024-02-02", 7, true, nullptr, nullptr);
   EXPECT_EQ(impl.GetVersion(), "3.0");
@@ -63,7 +63,7 @@ TEST(ConfigStoreObjectTest, GivenMetadataIsKept) {
   EXPECT_EQ(impl.GetModifiedTime(), "2024-02-02");
   EXPECT_EQ(impl.GetRevision(), 7);
   EXPECT_EQ(impl.GetIndex(), std::optional<unsigned long>(4));
-  EXPECT_EQ(impl.GetData(), R"({"mtu":9000,"name":"vmnic1"})");
+  EXPECT_EQ(impl.GetData(), R"({"mtu":9000,"name":"eth1"})");
 }
 
 TEST(ConfigStoreObjectTest, DataIsSharedNotCopied) {
@@ -92,7 +92,7 @@ TEST(ConfigStoreObjectTest, InstanceIdOverwritesTheIdPropertyInPlace) {
 }
 
 TEST(ConfigStoreObjectTest, ReadsFallBackToDefaults) {
-  auto object = ObjectFrom(Nics(), R"({"desc":null})", "vmnic0");
+  auto object = ObjectFrom(Nics(), R"({"desc":null})", "eth0");
   int mtu = 0;
   EXPECT_EQ(object->GetValue("mtu", &mtu), 2);
   EXPECT_EQ(mtu, 1500);
@@ -112,18 +112,18 @@ TEST(ConfigStoreObjectTest, ReadsFallBackToDefaults) {
   // Writes never touch the defaults.
   EXPECT_EQ(JsonToString(*object->GetImpl()->GetDefaults()->GetJsonValuePtr()),
             R"({"mtu":1500,"tags":["lan"],"opts":{"speed":100},"ips":{"prefix":24}})");
-  EXPECT_EQ(object->GetData(), R"({"desc":null,"name":"vmnic0","mtu":9000})");
+  EXPECT_EQ(object->GetData(), R"({"desc":null,"name":"eth0","mtu":9000})");
 }
 
 TEST(ConfigStoreObjectTest, NullOwnMemberFallsBackToDefault) {
-  auto object = ObjectFrom(Nics(), R"({"mtu":null})", "vmnic0");
+  auto object = ObjectFrom(Nics(), R"({"mtu":null})", "eth0");
   int mtu = 0;
   EXPECT_EQ(object->GetValue("mtu", &mtu), 2);
   EXPECT_EQ(mtu, 1500);
 }
 
 TEST(ConfigStoreObjectTest, SubObjectsFindTheirDefaultsUnderTheirKey) {
-  auto object = ObjectFrom(Nics(), R"({"opts":{},"ips":[{"addr":"a"}]})", "vmnic0");
+  auto object = ObjectFrom(Nics(), R"({"opts":{},"ips":[{"addr":"a"}]})", "eth0");
   int value = 0;
   EXPECT_EQ(object->GetSubObject(SubObjectId("opts"))->GetValue("speed", &value), 2);
   EXPECT_EQ(value, 100);
@@ -264,8 +264,8 @@ class ConfigStoreObjectStoreTest : public ::testing::Test {
 };
 
 TEST_F(ConfigStoreObjectStoreTest, NewObjectAsksTheSchemaStore) {
-  ConfigStoreObject nic(ConfigStoreObjectId("nics", "net", "corv", "vmnic0"));
-  EXPECT_EQ(nic.GetData(), R"({"name":"vmnic0"})");
+  ConfigStoreObject nic(ConfigStoreObjectId("nics", "net", "corv", "eth0"));
+  EXPECT_EQ(nic.GetData(), R"({"name":"eth0"})");
   EXPECT_EQ(nic.GetVersion(), "2.1");
   EXPECT_EQ(nic.GetRevision(), -1);
   int mtu = 0;

@@ -22,7 +22,7 @@ namespace {
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-const ConfigStoreObjectId kId("nics", "net", "corv", "vmnic0");
+const ConfigStoreObjectId kId("nics", "net", "corv", "eth0");
 
 std::shared_ptr<DriftObject> Drift(const std::string& text, const std::string& operation = "SET") {
   return std::make_shared<DriftObjectImpl>(kId, operation, text);

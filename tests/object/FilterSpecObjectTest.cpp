@@ -38,13 +38,13 @@ TEST(FilterSpecObjectTest, ImplementationFromKeyGroupComponent) {
 TEST(FilterSpecObjectTest, SubObjectFilterLandsInsideTheParent) {
   CorvTest::LogCapture log;
   FilterSpecObject filter(ConfigStoreObjectId("nics", "net", "corv"));
-  filter.SetValue("name", "vmnic0");
+  filter.SetValue("name", "eth0");
   std::shared_ptr<FilterSpecObject> sub = filter.CreateSubObjectFilter(SubObjectId("opts"));
   ASSERT_TRUE(sub);
   EXPECT_TRUE(log.Has(4, "CreateSubObjectFilter : key opts"));
   EXPECT_EQ(sub->GetConfigStoreObjectId(), ConfigStoreObjectId("opts", "net", "corv", ""));
   sub->SetValue("speed", 100);
-  EXPECT_EQ(filter.GetData(), R"({"name":"vmnic0","opts":{"speed":100}})");
+  EXPECT_EQ(filter.GetData(), R"({"name":"eth0","opts":{"speed":100}})");
   EXPECT_EQ(sub->GetData(), R"({"speed":100})");
 }
 

@@ -153,7 +153,7 @@ TEST(AddObjectTest, AppendsInstancesToTheKeysArray) {
   JsonDocument document;
   document.SetObject();
   auto& allocator = document.GetAllocator();
-  for (const char* name : {"vmnic0", "vmnic1"}) {
+  for (const char* name : {"eth0", "eth1"}) {
     JsonValue value(rapidjson::kObjectType);
     value.AddMember("name", JsonValue(name, allocator), allocator);
     std::string component = "corv", group = "net", key = "nics", id = name;
@@ -162,7 +162,7 @@ TEST(AddObjectTest, AppendsInstancesToTheKeysArray) {
   JsonValue other(rapidjson::kObjectType);
   ConfigStoreDocument::AddObject(document, "corv", "net", "dns", "", other, allocator);
   EXPECT_EQ(JsonToString(document),
-            R"({"corv":{"net":{"nics":[{"name":"vmnic0"},{"name":"vmnic1"}],"dns":{}}}})");
+            R"({"corv":{"net":{"nics":[{"name":"eth0"},{"name":"eth1"}],"dns":{}}}})");
 }
 
 TEST(AddObjectTest, NullSingletonValueAndInstanceAfterIt) {
