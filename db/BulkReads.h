@@ -1,6 +1,6 @@
 // Reads of whole stretches of the store (a component, a group, raw rows of
 // the store, the defaults of an object, the objects shared with a SmartNIC)
-// and the filtering of object lists by a filter specification.
+// and the filtering of object lists by a filter object.
 #pragma once
 
 #include <corvconfigstore/FilterSpecObject.h>

@@ -1,4 +1,4 @@
-// Filtering of object lists by the value of a filter specification.
+// Filtering of object lists by the value of a filter object.
 #include <algorithm>
 
 #include "RowsFixture.h"

@@ -1,4 +1,4 @@
-// Filter specifications and their sub-object filters.
+// Filter objects and their sub-object filters.
 #include <corvconfigstore/Exceptions.h>
 #include <corvconfigstore/FilterSpecObject.h>
 #include <gtest/gtest.h>
