@@ -59,7 +59,8 @@ bool IsEqualInstance(const std::shared_ptr<ConfigStoreObject>& a,
 void FilterDefaultConfigInstances(std::vector<std::shared_ptr<ConfigStoreObject>>& objects) {
   const ObjectList present = DropNullObjects(objects, "FilterDefaultConfigInstances");
   const ConfigStoreObjectId id = WithInstanceId(present.front()->GetConfigStoreObjectId(), "");
-  CSLogger::Log(3, "%s invoked for %s", "FilterDefaultConfigInstances", id.toString().c_str());
+  if (CSLogger::IsEnabled(3))
+    CSLogger::Log(3, "%s invoked for %s", "FilterDefaultConfigInstances", id.toString().c_str());
   auto schema = LookupSchema(id);
   ValidateCsoIdInstances(id, schema);
   ObjectList defaults = ReadDefaultInstances(id, schema);
@@ -91,7 +92,8 @@ void FilterDefaultConfigInstances(std::vector<std::shared_ptr<ConfigStoreObject>
 
 void AddDefaultConfigInstances(ConfigStoreObjectId id,
                                std::vector<std::shared_ptr<ConfigStoreObject>>& objects) {
-  CSLogger::Log(3, "%s invoked for %s", "AddDefaultConfigInstances", id.toString().c_str());
+  if (CSLogger::IsEnabled(3))
+    CSLogger::Log(3, "%s invoked for %s", "AddDefaultConfigInstances", id.toString().c_str());
   auto schema = LookupSchema(id);
   ValidateCsoIdInstances(id, schema);
   ObjectList defaults = ReadDefaultInstances(id, schema);

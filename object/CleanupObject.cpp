@@ -123,11 +123,13 @@ void CleanupObject(const std::shared_ptr<ConfigStoreObject>& object,
   ConfigStoreObjectId id = object->GetConfigStoreObjectId();
   if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
   if (!IsUserObject(id, *schema)) {
-    CSLogger::Log(2, "Skipping empty object check since non-user config: %s",
-                  id.toString().c_str());
+    if (CSLogger::IsEnabled(2))
+      CSLogger::Log(2, "Skipping empty object check since non-user config: %s",
+                    id.toString().c_str());
     return;
   }
-  CSLogger::Log(2, "Checking for empty objects and arrays in %s object", id.toString().c_str());
+  if (CSLogger::IsEnabled(2))
+    CSLogger::Log(2, "Checking for empty objects and arrays in %s object", id.toString().c_str());
   CleanObject(*object->GetImpl()->GetJsonValuePtr(), schema->GetValueSchema());
 }
 

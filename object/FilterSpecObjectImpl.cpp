@@ -10,7 +10,7 @@ namespace CorvConfigStore {
 namespace {
 
 void TraceSubObjectFilter(const char* operation, const SubObjectId& subId) {
-  CSLogger::Log(4, "%s : %s", operation, subId.toString().c_str());
+  if (CSLogger::IsEnabled(4)) CSLogger::Log(4, "%s : %s", operation, subId.toString().c_str());
 }
 
 }  // namespace

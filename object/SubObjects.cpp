@@ -13,7 +13,7 @@ namespace CorvConfigStore {
 namespace {
 
 void TraceSubObject(const char* operation, const SubObjectId& subId) {
-  CSLogger::Log(4, "%s : %s", operation, subId.toString().c_str());
+  if (CSLogger::IsEnabled(4)) CSLogger::Log(4, "%s : %s", operation, subId.toString().c_str());
 }
 
 void LogMissingKey(int priority, const char* operation, const std::string& key) {
