@@ -17,7 +17,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "platform/ErrorMessages.h"
+#include "core/ErrorMessages.h"
 
 namespace CorvConfigStore {
 

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "platform/Strings.h"
+#include "core/Strings.h"
 
 namespace HostCtl {
 namespace Lib {

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "platform/Uuid.h"
+#include "core/Uuid.h"
 
 namespace CorvConfigStore {
 

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/ErrorMessages.h"
-#include "platform/Strings.h"
+#include "core/ErrorMessages.h"
+#include "core/Strings.h"
 
 namespace CorvConfigStore {
 

@@ -6,7 +6,7 @@
 #include "db/Statements.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
 namespace {

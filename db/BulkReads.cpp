@@ -5,7 +5,7 @@
 #include "core/Throw.h"
 #include "db/MergeConfig.h"
 #include "db/Statements.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

@@ -15,9 +15,9 @@
 #include "db/WriteRows.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/InstanceIdFromValue.h"
-#include "platform/JsonFile.h"
-#include "platform/JsonValidator.h"
-#include "platform/SchemaStore.h"
+#include "core/JsonFile.h"
+#include "jsonschema/JsonValidator.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

@@ -6,7 +6,7 @@
 #include "db/BulkReads.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/FilterSpecObjectImpl.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
 namespace {

@@ -3,7 +3,7 @@
 #include <corvconfigstore/KeyValue.h>
 
 #include "core/Throw.h"
-#include "platform/DBStore.h"
+#include "sqlite/DBStore.h"
 
 namespace CorvConfigStore {
 

@@ -10,7 +10,7 @@
 #include "db/ReadRows.h"
 #include "db/Statements.h"
 #include "db/WriteRows.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

@@ -11,7 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/DBStore.h"
+#include "sqlite/DBStore.h"
 
 namespace CorvSchemaStore {
 class SchemaObject;

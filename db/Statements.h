@@ -2,7 +2,7 @@
 // runs against its database, and the time limit passed with each of them.
 #pragma once
 
-#include "platform/DBStore.h"
+#include "sqlite/DBStore.h"
 
 namespace CorvConfigStore {
 

@@ -5,7 +5,7 @@
 #include "core/Throw.h"
 #include "db/BulkReads.h"
 #include "db/Statements.h"
-#include "platform/Strings.h"
+#include "core/Strings.h"
 
 namespace CorvConfigStore {
 

@@ -8,7 +8,7 @@
 #include "db/Statements.h"
 #include "db/WriteRows.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 namespace {

@@ -8,8 +8,8 @@
 #include "document/ImportExportInternal.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/JsonDoc.h"
-#include "platform/ConfigStoreDocument.h"
-#include "platform/SchemaStore.h"
+#include "core/ConfigStoreDocument.h"
+#include "schema/SchemaStore.h"
 #include "store/GetDBStore.h"
 #include "validation/Validation.h"
 

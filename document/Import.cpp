@@ -14,7 +14,7 @@
 #include "document/ImportExportInternal.h"
 #include "object/InstanceIdFromValue.h"
 #include "object/JsonDoc.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "store/GetDBStore.h"
 #include "store/ObjectFactories.h"
 #include "validation/Validation.h"

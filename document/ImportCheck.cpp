@@ -2,7 +2,7 @@
 #include <corvconfigstore/ImportCheck.h>
 
 #include "document/ImportExportInternal.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

@@ -14,8 +14,8 @@
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/JsonDoc.h"
-#include "platform/SchemaNodes.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaNodes.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

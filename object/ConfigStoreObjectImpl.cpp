@@ -6,8 +6,8 @@
 
 #include "core/Throw.h"
 #include "object/SchemaDerived.h"
-#include "platform/ConfigStoreDocument.h"
-#include "platform/SchemaStore.h"
+#include "core/ConfigStoreDocument.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

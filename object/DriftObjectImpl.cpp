@@ -6,7 +6,7 @@
 #include <corvconfigstore/Logger.h>
 
 #include "core/Throw.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
 

@@ -2,7 +2,7 @@
 #include "object/InstanceIdFromValue.h"
 
 #include "core/Throw.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

@@ -8,11 +8,9 @@
 #include <sstream>
 
 #include "core/Throw.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
-
-const char* const kGeneratedIdProperty = "cs_generated_id";
 
 JsonDoc::JsonDoc(std::shared_ptr<JsonDocument> document, std::vector<JsonNode> path)
     : document_(std::move(document)),

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/GeneratedId.h"
 #include "core/Json.h"
 
 namespace CorvConfigStore {
@@ -62,8 +63,5 @@ std::shared_ptr<JsonDoc> CreateDocumentFromFile(const std::string& path);
 // Removes every "cs_generated_id" member at any depth, keeping the order of
 // the other members.
 void ClearGeneratedInstanceId(JsonValue* value);
-
-// The reserved member holding a system-generated instance id.
-extern const char* const kGeneratedIdProperty;
 
 }  // namespace CorvConfigStore

@@ -5,7 +5,7 @@
 
 #include "core/Checks.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
 

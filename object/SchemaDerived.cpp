@@ -3,7 +3,7 @@
 
 #include <corvconfigstore/Logger.h>
 
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

@@ -8,7 +8,7 @@
 
 #include "core/Throw.h"
 #include "object/StoreObjectImpl.h"
-#include "platform/Base64.h"
+#include "core/Base64.h"
 
 namespace CorvConfigStore {
 

@@ -5,7 +5,7 @@
 #include <corvconfigstore/Exceptions.h>
 
 #include "core/Throw.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
 

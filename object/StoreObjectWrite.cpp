@@ -5,7 +5,7 @@
 
 #include "core/Throw.h"
 #include "object/StoreObjectImpl.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
 

@@ -6,7 +6,7 @@
 
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 
 namespace CorvConfigStore {
 

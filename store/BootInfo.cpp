@@ -7,7 +7,7 @@
 #include "core/Checks.h"
 #include "core/Json.h"
 #include "core/Throw.h"
-#include "platform/DBStore.h"
+#include "sqlite/DBStore.h"
 
 namespace CorvConfigStore {
 

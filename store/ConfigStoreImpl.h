@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/DBStore.h"
+#include "sqlite/DBStore.h"
 #include "store/ObjectLists.h"
 
 namespace CorvConfigStore {

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "platform/DBStore.h"
+#include "sqlite/DBStore.h"
 
 namespace CorvConfigStore {
 

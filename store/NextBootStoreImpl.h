@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
-#include "platform/DBStore.h"
-#include "platform/SchemaStore.h"
+#include "sqlite/DBStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

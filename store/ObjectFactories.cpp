@@ -6,7 +6,7 @@
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/DriftObjectImpl.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "store/SchemaLookup.h"
 
 namespace CorvConfigStore {

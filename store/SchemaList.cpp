@@ -2,7 +2,7 @@
 #include <corvconfigstore/SchemaList.h>
 
 #include "core/Json.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

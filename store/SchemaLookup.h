@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 

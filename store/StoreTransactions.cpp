@@ -9,7 +9,7 @@
 #include <string>
 
 #include "core/Throw.h"
-#include "platform/DBStore.h"
+#include "sqlite/DBStore.h"
 #include "store/ConfigStoreImpl.h"
 
 namespace CorvConfigStore {

@@ -5,7 +5,7 @@
 
 #include "core/Checks.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "validation/OptionSets.h"
 #include "validation/Validation.h"
 

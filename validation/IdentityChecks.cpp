@@ -4,7 +4,7 @@
 #include <corvconfigstore/FilterSpecObject.h>
 
 #include "core/Throw.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {

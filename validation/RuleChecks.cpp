@@ -3,7 +3,7 @@
 #include <corvconfigstore/ConfigStoreObject.h>
 #include <corvconfigstore/UpgradeContext.h>
 
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {

@@ -4,7 +4,7 @@
 #include <corvconfigstore/ConfigStoreObject.h>
 
 #include "object/ConfigStoreObjectImpl.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {

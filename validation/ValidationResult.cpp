@@ -2,7 +2,7 @@
 #include <corvconfigstore/Logger.h>
 
 #include "core/Throw.h"
-#include "platform/JsonValidator.h"
+#include "jsonschema/JsonValidator.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {

@@ -8,7 +8,7 @@
 #include "core/Throw.h"
 #include "object/CleanupObject.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "validation/OptionSets.h"
 #include "validation/Validation.h"
 

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "core/Throw.h"
-#include "platform/ErrorMessages.h"
+#include "core/ErrorMessages.h"
 #include "support/LogCapture.h"
 
 using namespace CorvConfigStore;

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/Throw.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "support/StoreEnvironment.h"
 
 using CorvConfigStore::ConfigStoreException;

@@ -20,8 +20,8 @@
 #include "db/RowMap.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/JsonDoc.h"
-#include "platform/DBStore.h"
-#include "platform/SchemaStore.h"
+#include "sqlite/DBStore.h"
+#include "schema/SchemaStore.h"
 #include "support/LogCapture.h"
 #include "support/StoreEnvironment.h"
 

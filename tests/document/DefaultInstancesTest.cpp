@@ -4,7 +4,7 @@
 #include <corvconfigstore/Exceptions.h>
 
 #include "document/ImportExportInternal.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "support/HostFixture.h"
 
 using namespace CorvConfigStore;

@@ -6,7 +6,7 @@
 
 #include "document/ImportExportInternal.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "platform/ConfigStoreDocument.h"
+#include "core/ConfigStoreDocument.h"
 #include "support/HostFixture.h"
 
 using namespace CorvConfigStore;

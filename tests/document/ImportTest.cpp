@@ -5,7 +5,7 @@
 #include <set>
 
 #include "document/ImportExportInternal.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "support/HostFixture.h"
 
 using namespace CorvConfigStore;

@@ -4,7 +4,7 @@
 
 #include "core/Throw.h"
 #include "object/InstanceIdFromValue.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 using CorvConfigStore::ConfigStoreException;
 using CorvConfigStore::GetInstanceIdFromValue;

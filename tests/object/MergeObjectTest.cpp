@@ -10,7 +10,7 @@
 #include "NicsSchema.h"
 #include "ObjectTestSupport.h"
 #include "object/MergeObject.h"
-#include "platform/ErrorMessages.h"
+#include "core/ErrorMessages.h"
 #include "support/LogCapture.h"
 
 using namespace CorvConfigStore;

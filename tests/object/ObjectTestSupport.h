@@ -14,7 +14,7 @@
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/JsonDoc.h"
 #include "object/StoreObjectImpl.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvTest {
 

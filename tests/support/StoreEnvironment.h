@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/DBStore.h"
-#include "platform/SchemaStore.h"
+#include "sqlite/DBStore.h"
+#include "schema/SchemaStore.h"
 #include "support/TempDir.h"
 
 namespace CorvTest {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/Throw.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "support/RunProgram.h"
 #include "support/StoreEnvironment.h"
 

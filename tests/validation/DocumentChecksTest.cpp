@@ -1,6 +1,6 @@
 // Whole documents nested component, group, key: ValidateDocument on an
 // object's value and ValidateImportDocument on a parsed document.
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 #include "ValidationFixture.h"
 

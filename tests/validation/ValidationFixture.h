@@ -15,7 +15,7 @@
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/JsonDoc.h"
-#include "platform/SchemaStore.h"
+#include "schema/SchemaStore.h"
 #include "support/LogCapture.h"
 #include "support/StoreEnvironment.h"
 

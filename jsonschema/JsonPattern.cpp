@@ -1,0 +1,126 @@
+// The process-wide cache of compiled patterns and the bounded search.
+//
+// Patterns are compiled in UTF mode with ECMAScript-like choices ("$" only
+// at the very end, "\uhhhh" escapes); a subject holding invalid UTF-8 is
+// searched all the same, no match spanning the invalid bytes. Every search
+// runs under limits on backtracking steps, nesting depth and heap use: a
+// catastrophic pattern such as "(a+)+$" on a long non-matching subject
+// stops with kFailed instead of running for hours.
+#include "jsonschema/JsonPattern.h"
+
+#define PCRE2_CODE_UNIT_WIDTH 8
+#include <pcre2.h>
+
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace JsonPattern {
+
+namespace {
+
+constexpr uint32_t kCompileOptions =
+    PCRE2_UTF | PCRE2_MATCH_INVALID_UTF | PCRE2_DOLLAR_ENDONLY | PCRE2_ALT_BSUX;
+constexpr uint32_t kMatchLimit = 1000000;  // backtracking steps per search
+constexpr uint32_t kDepthLimit = 10000;    // nested backtracking points
+constexpr uint32_t kHeapLimitKiB = 20000;  // backtracking memory per search
+// Schemas name few distinct patterns; the cache stops growing at this size
+// and later patterns are compiled per search.
+constexpr size_t kMaxCachedPatterns = 4096;
+
+// A compiled pattern, or the reason it does not compile.
+struct Compiled {
+  pcre2_code* code = nullptr;
+  std::string error;
+  ~Compiled() { pcre2_code_free(code); }
+};
+
+std::shared_ptr<const Compiled> CompilePattern(const std::string& pattern) {
+  auto compiled = std::make_shared<Compiled>();
+  int errorCode = 0;
+  PCRE2_SIZE errorOffset = 0;
+  compiled->code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(),
+                                 kCompileOptions, &errorCode, &errorOffset, nullptr);
+  if (compiled->code == nullptr) {
+    PCRE2_UCHAR message[256];
+    if (pcre2_get_error_message(errorCode, message, sizeof(message)) < 0) message[0] = 0;
+    compiled->error =
+        reinterpret_cast<char*>(message) + std::string(" at offset ") + std::to_string(errorOffset);
+  }
+  return compiled;
+}
+
+std::shared_ptr<const Compiled> GetCompiled(const std::string& pattern) {
+  static std::mutex mutex;
+  static std::unordered_map<std::string, std::shared_ptr<const Compiled>> cache;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    auto found = cache.find(pattern);
+    if (found != cache.end()) return found->second;
+  }
+  // Compiled outside the lock; a pattern compiled twice by racing threads
+  // keeps the first entry.
+  auto compiled = CompilePattern(pattern);
+  std::lock_guard<std::mutex> lock(mutex);
+  if (cache.size() >= kMaxCachedPatterns) return compiled;
+  return cache.emplace(pattern, compiled).first->second;
+}
+
+// The limits, shared read-only by every search.
+pcre2_match_context* LimitedContext() {
+  static pcre2_match_context* context = [] {
+    pcre2_match_context* made = pcre2_match_context_create(nullptr);
+    if (made != nullptr) {
+      pcre2_set_match_limit(made, kMatchLimit);
+      pcre2_set_depth_limit(made, kDepthLimit);
+      pcre2_set_heap_limit(made, kHeapLimitKiB);
+    }
+    return made;
+  }();
+  return context;
+}
+
+struct MatchDataDeleter {
+  void operator()(pcre2_match_data* data) const { pcre2_match_data_free(data); }
+};
+
+}  // namespace
+
+Outcome Search(const char* pattern, size_t patternLength, const char* subject, size_t subjectLength,
+               std::string* reason) {
+  auto compiled = GetCompiled(std::string(pattern, patternLength));
+  if (compiled->code == nullptr) {
+    *reason = compiled->error;
+    return Outcome::kInvalid;
+  }
+  pcre2_match_context* context = LimitedContext();
+  std::unique_ptr<pcre2_match_data, MatchDataDeleter> data(
+      pcre2_match_data_create_from_pattern(compiled->code, nullptr));
+  if (context == nullptr || data == nullptr) {
+    *reason = "out of memory while matching";
+    return Outcome::kFailed;
+  }
+  int rc = pcre2_match(compiled->code, reinterpret_cast<PCRE2_SPTR>(subject), subjectLength, 0, 0,
+                       data.get(), context);
+  if (rc >= 0) return Outcome::kMatch;
+  if (rc == PCRE2_ERROR_NOMATCH) return Outcome::kNoMatch;
+  switch (rc) {
+    case PCRE2_ERROR_MATCHLIMIT:
+      *reason = "match limit exceeded";
+      break;
+    case PCRE2_ERROR_DEPTHLIMIT:
+      *reason = "depth limit exceeded";
+      break;
+    case PCRE2_ERROR_HEAPLIMIT:
+      *reason = "heap limit exceeded";
+      break;
+    default: {
+      PCRE2_UCHAR message[256];
+      if (pcre2_get_error_message(rc, message, sizeof(message)) < 0) message[0] = 0;
+      *reason = reinterpret_cast<char*>(message);
+    }
+  }
+  return Outcome::kFailed;
+}
+
+}  // namespace JsonPattern

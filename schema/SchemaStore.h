@@ -1,0 +1,177 @@
+// The schema store: key schemas of (component, group, key), loaded from JSON
+// files into an SQLite database, and the schema objects that answer what the
+// store library needs to know of a key.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/GeneratedId.h"
+#include "core/Json.h"
+
+namespace CorvSchemaStore {
+
+// Kinds a schema reports for its configuration.
+enum SchemaKind : int {
+  kKindUser = 0,
+  kKindVital = 1,
+  kKindCached = 3,
+  kKindInternal = 4,
+  kKindSystemInstances = 5,
+};
+
+using CorvConfigStore::kGeneratedIdProperty;
+
+// The tag of configurations written only through the next-boot store.
+extern const char* const kRebootRequiredTag;
+
+// Brings a key schema into the form every walk of a schema expects, as
+// loading does: the items of every array of objects that mark no instance-id
+// property get the declared property "cs_generated_id" (a string marked
+// "instanceId"); for a key with instances, "vital" or "cached" on the key
+// root is repeated on its "items", since walks of one instance start there.
+// Running it twice changes nothing.
+void NormaliseKeySchema(CorvConfigStore::JsonValue& schema,
+                        CorvConfigStore::JsonAllocator& allocator);
+
+// One key schema with every answer derived from it at construction. The
+// constructor keeps a normalised copy of the document (NormaliseKeySchema),
+// so a schema object made from a raw key schema answers exactly as one
+// loaded from the schema store. It needs no database.
+class SchemaObject {
+ public:
+  SchemaObject(const std::string& component, const std::string& group, const std::string& key,
+               const CorvConfigStore::JsonValue& document);
+  SchemaObject(const SchemaObject&) = delete;
+  SchemaObject& operator=(const SchemaObject&) = delete;
+
+  const std::string& GetComponent() const { return component_; }
+  const std::string& GetGroup() const { return group_; }
+  const std::string& GetKey() const { return key_; }
+
+  // The key schema.
+  const CorvConfigStore::JsonValue& GetSchemaDocument() const { return document_; }
+  // The key root is an array schema: the key has instances.
+  bool HasInstances() const { return hasInstances_; }
+  // Instance-id property of the key's instances; empty for a singleton.
+  const std::string& GetInstanceIdProperty() const { return instanceIdProperty_; }
+  // Member name -> instance-id property, for the key itself (when it has
+  // instances) and every array-of-objects property at any depth; the first
+  // definition of a name wins. An object, possibly without members.
+  const CorvConfigStore::JsonValue& GetInstanceIdMap() const { return idMap_; }
+  // Defaults of the key: each property's "default", nested objects for
+  // object properties, the items' defaults under an array-of-objects
+  // property's name. An object, possibly without members.
+  const CorvConfigStore::JsonValue& GetDefaults() const { return defaults_; }
+  // 1 vital, 3 cached, 4 internal, 5 system instances, 0 otherwise.
+  int GetKind() const { return kind_; }
+  // Instance ids the host owns (kind 5).
+  const std::vector<std::string>& GetSystemInstances() const { return systemInstances_; }
+  // Tagged "@rebootRequiredConfigStore".
+  bool IsRebootRequired() const { return rebootRequired_; }
+  // "bootExempt": external user writes stay allowed during boot.
+  bool IsBootExempt() const { return bootExempt_; }
+  // "applyDuringUpgrade" (default true).
+  bool ApplyDuringUpgrade() const { return applyDuringUpgrade_; }
+  // "valueType", empty when absent.
+  const std::string& GetValueType() const { return valueType_; }
+  // "version", "1.0" when absent.
+  const std::string& GetVersion() const { return version_; }
+  // Next-boot deletions of this key are instance deletions.
+  bool IsInstanceForm() const { return hasInstances_; }
+  // The node that describes one value: "items" for a key with instances,
+  // the root otherwise.
+  const CorvConfigStore::JsonValue& GetValueSchema() const;
+
+ private:
+  std::string component_, group_, key_;
+  CorvConfigStore::JsonDocument document_;
+  CorvConfigStore::JsonDocument idMap_;
+  CorvConfigStore::JsonDocument defaults_;
+  bool hasInstances_ = false;
+  std::string instanceIdProperty_;
+  int kind_ = kKindUser;
+  std::vector<std::string> systemInstances_;
+  bool rebootRequired_ = false;
+  bool bootExempt_ = false;
+  bool applyDuringUpgrade_ = true;
+  std::string valueType_;
+  std::string version_ = "1.0";
+};
+
+// A schema object from the text of a key schema; raises ConfigStoreException
+// 2000 naming the key when the text is not one JSON object.
+std::shared_ptr<SchemaObject> MakeSchemaObject(const std::string& component,
+                                               const std::string& group, const std::string& key,
+                                               const std::string& text);
+
+// A lookup checks the schema store for changes at most once per this many
+// milliseconds.
+constexpr int kSchemaRecheckMs = 1;
+
+// Process-wide, thread-safe cache of schema objects of the schema store
+// named by CORV_SCHEMASTORE_DB. A lookup costs no database round trip while
+// the store is unchanged; a schema loaded by another process is seen by the
+// lookups made more than kSchemaRecheckMs after its load (by this process:
+// at once). When CORV_SCHEMASTORE_DB names another file the cache starts
+// afresh; a missing store holds no schemas.
+class SchemaObjectCache {
+ public:
+  SchemaObjectCache();
+  SchemaObjectCache(const SchemaObjectCache&) = delete;
+  SchemaObjectCache& operator=(const SchemaObjectCache&) = delete;
+
+  // Null when the store holds no schema for the key.
+  std::shared_ptr<SchemaObject> GetSchema(const std::string& component, const std::string& group,
+                                          const std::string& key);
+  // Every schema, ordered by component, group and key.
+  std::vector<std::shared_ptr<SchemaObject>> GetAllSchemas();
+  // Whether the store holds a schema of any key of the component, or of the
+  // component's group.
+  bool HasComponent(const std::string& component);
+  bool HasGroup(const std::string& component, const std::string& group);
+  // Makes the next lookup read the store again (after a load by this
+  // process; loads by others are noticed without it).
+  void Invalidate();
+
+ private:
+  // Implementation-defined state (see SchemaCache.cpp).
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+class SchemaStore {
+ public:
+  // The store of CORV_SCHEMASTORE_DB (a new one when that variable changed).
+  static std::shared_ptr<SchemaStore> GetStore();
+  // The process-wide cache.
+  static std::shared_ptr<SchemaObjectCache> GetCache();
+
+  // Null when the store holds no schema for the key.
+  std::shared_ptr<SchemaObject> GetSchema(const std::string& component, const std::string& group,
+                                          const std::string& key);
+};
+
+// Builds into schema one schema for a whole document nested component,
+// group, key: closed objects ("additionalProperties": false) for the root
+// and for each component and group of value that the store knows, each known
+// key's schema in place (a key with instances keeps its array schema). A
+// name the store does not know is left out, so the validator reports it as a
+// member that is not allowed, at the pointer naming it. A null cache means
+// the process-wide one. scratch is working space the caller may share
+// between calls; this implementation needs none and leaves it untouched.
+void GenerateSchemaDocument(const CorvConfigStore::JsonValue& value,
+                            const std::shared_ptr<SchemaObjectCache>& cache,
+                            CorvConfigStore::JsonDocument& schema,
+                            CorvConfigStore::JsonDocument& scratch);
+
+// Gives every instance that uses generated ids and lacks "cs_generated_id"
+// a fresh id (GenerateInstanceId), walking value together with schema: a key
+// schema, a node of one, or a schema from GenerateSchemaDocument. An object
+// given to a list schema is one instance of the list.
+void PopulateGeneratedInstanceId(const CorvConfigStore::JsonValue& schema,
+                                 CorvConfigStore::JsonValue& value,
+                                 CorvConfigStore::JsonAllocator& allocator);
+
+}  // namespace CorvSchemaStore

@@ -1,0 +1,102 @@
+// Opening and closing store connections, and the failure bookkeeping every
+// call of the database access layer shares.
+#include <corvconfigstore/Logger.h>
+
+#include "sqlite/DBConnectionImpl.h"
+
+namespace DBStore {
+
+using CorvConfigStore::CSLogger;
+
+StoreConnection::Impl::~Impl() {
+  for (auto& entry : statements) sqlite3_finalize(entry.second.stmt);
+  sqlite3_close_v2(db);
+}
+
+StoreConnection::StoreConnection() : impl_(new Impl) {}
+StoreConnection::~StoreConnection() = default;
+
+const std::string& StoreConnection::Path() const { return impl_->path; }
+std::string StoreConnection::LastError() const { return impl_->lastError; }
+int StoreConnection::TransactionDepth() const { return impl_->depth; }
+sqlite3* StoreConnection::Handle() const { return impl_->db; }
+
+std::shared_ptr<StoreConnection> ConnectionAccess::Adopt(sqlite3* db, const std::string& path) {
+  std::shared_ptr<StoreConnection> connection(new StoreConnection());
+  connection->impl_->db = db;
+  connection->impl_->path = path;
+  return connection;
+}
+
+namespace {
+
+int KeepFirstColumn(void* out, int count, char** values, char**) {
+  if (count > 0 && values[0] != nullptr) *static_cast<std::string*>(out) = values[0];
+  return 0;
+}
+
+}  // namespace
+
+std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::string* error) {
+  // An empty name would give SQLite's private temporary database.
+  if (path.empty()) {
+    *error = "no database path";
+    return nullptr;
+  }
+  sqlite3* db = nullptr;
+  int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
+  if (rc != SQLITE_OK) {
+    *error = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
+    sqlite3_close_v2(db);
+    return nullptr;
+  }
+  std::shared_ptr<StoreConnection> connection = ConnectionAccess::Adopt(db, path);
+  sqlite3_extended_result_codes(db, 1);
+  sqlite3_busy_timeout(db, kDefaultTimeLimit);
+
+  // Setting the journal mode reads the file header, so this is also the
+  // check that the file is a database at all.
+  std::string mode;
+  if (sqlite3_exec(db, "PRAGMA journal_mode=WAL", KeepFirstColumn, &mode, nullptr) != SQLITE_OK) {
+    *error = sqlite3_errmsg(db);
+    return nullptr;
+  }
+  if (mode != "wal") {
+    *error = "cannot use write-ahead logging (journal mode " + mode + ")";
+    return nullptr;
+  }
+  if (sqlite3_exec(db, "PRAGMA synchronous=FULL", nullptr, nullptr, nullptr) != SQLITE_OK) {
+    *error = sqlite3_errmsg(db);
+    return nullptr;
+  }
+  return connection;
+}
+
+std::shared_ptr<StoreConnection> StoreConnection::Open(const std::string& path) {
+  std::string error;
+  std::shared_ptr<StoreConnection> connection = OpenConnection(path, &error);
+  // A missing store is an ordinary answer here; the caller decides whether
+  // it is an error, so this is information only.
+  if (!connection) CSLogger::Log(2, "Cannot open database %s: %s", path.c_str(), error.c_str());
+  return connection;
+}
+
+void RecordFailure(ConnectionAccess::Impl& impl, const char* what, const std::string& sql,
+                   const char* reason) {
+  impl.lastError = reason != nullptr ? reason : sqlite3_errmsg(impl.db);
+  if (sql.empty()) {
+    CSLogger::Log(1, "Database %s: %s failed: %s", impl.path.c_str(), what,
+                  impl.lastError.c_str());
+  } else {
+    CSLogger::Log(1, "Database %s: %s failed: %s; statement: %s", impl.path.c_str(), what,
+                  impl.lastError.c_str(), sql.c_str());
+  }
+}
+
+int ExecScript(ConnectionAccess::Impl& impl, const std::string& sql) {
+  if (sqlite3_exec(impl.db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) return kSuccess;
+  RecordFailure(impl, "execute", sql);
+  return kFailure;
+}
+
+}  // namespace DBStore

@@ -1,0 +1,58 @@
+// The inside of a store connection, shared by the files of the database
+// access layer: the SQLite handle, the statement cache, the transaction depth
+// and the last failure.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "sqlite/DBStore.h"
+
+namespace DBStore {
+
+struct StoreConnection::Impl {
+  // One prepared statement of the cache. running is set while an execution
+  // steps through it, so that a re-entrant execution of the same text does
+  // not reset it underneath.
+  struct CachedStatement {
+    sqlite3_stmt* stmt = nullptr;
+    bool running = false;
+  };
+
+  ~Impl();
+
+  sqlite3* db = nullptr;
+  std::string path;
+  std::string lastError;
+  int depth = 0;
+  // Keyed by statement text. Elements keep their address when the map
+  // grows, so an execution may hold a pointer to its entry while a row
+  // callback adds others.
+  std::unordered_map<std::string, CachedStatement> statements;
+};
+
+// The layer's own access to a connection's inside.
+struct ConnectionAccess {
+  using Impl = StoreConnection::Impl;
+  static Impl& Of(const StoreConnection& connection) { return *connection.impl_; }
+  // A connection around an open handle, which it then owns.
+  static std::shared_ptr<StoreConnection> Adopt(sqlite3* db, const std::string& path);
+};
+
+// Opens the database at path as StoreConnection::Open does; on failure
+// null with SQLite's reason in *error.
+std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::string* error);
+
+// Keeps the reason for the failure of what (an action on the statement text
+// sql, which may be empty) as the connection's last error and logs it at
+// priority 1. The reason is SQLite's message unless one is given.
+void RecordFailure(ConnectionAccess::Impl& impl, const char* what, const std::string& sql,
+                   const char* reason = nullptr);
+
+// Runs statements without parameters or rows (transaction control, DDL).
+int ExecScript(ConnectionAccess::Impl& impl, const std::string& sql);
+
+}  // namespace DBStore

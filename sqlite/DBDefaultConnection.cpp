@@ -1,0 +1,65 @@
+// Where the databases are, and the connections handed out by type and per
+// thread.
+#include <corvconfigstore/Logger.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "sqlite/DBStore.h"
+
+namespace DBStore {
+
+const char* const kDefaultConfigStorePath = "/etc/velmo/configstore/current-store-1";
+const char* const kDefaultSchemaStorePath = "/etc/velmo/configstore/schema-store-1";
+
+namespace {
+
+std::string PathFromEnvironment(const char* variable, const char* fallback) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0' ? value : fallback;
+}
+
+// This thread's default connection and the identity of the file it was
+// opened on, so that a store replaced under the same name is reopened.
+struct DefaultConnection {
+  std::shared_ptr<StoreConnection> connection;
+  dev_t device = 0;
+  ino_t inode = 0;
+};
+
+thread_local DefaultConnection tDefault;
+
+}  // namespace
+
+std::string ConfigStorePath() {
+  return PathFromEnvironment("CORV_CONFIGSTORE_DB", kDefaultConfigStorePath);
+}
+
+std::string SchemaStorePath() {
+  return PathFromEnvironment("CORV_SCHEMASTORE_DB", kDefaultSchemaStorePath);
+}
+
+std::shared_ptr<StoreConnection> GetConnection(Type type) {
+  if (type == CONFIG_STORE) return StoreConnection::Open(ConfigStorePath());
+  CorvConfigStore::CSLogger::Log(1, "Unknown database type %d", static_cast<int>(type));
+  return nullptr;
+}
+
+std::shared_ptr<StoreConnection> GetDefaultConnection() {
+  std::string path = ConfigStorePath();
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) {
+    tDefault = DefaultConnection();
+    return nullptr;
+  }
+  if (tDefault.connection && tDefault.connection->Path() == path &&
+      tDefault.device == status.st_dev && tDefault.inode == status.st_ino) {
+    return tDefault.connection;
+  }
+  tDefault.connection = StoreConnection::Open(path);
+  tDefault.device = status.st_dev;
+  tDefault.inode = status.st_ino;
+  return tDefault.connection;
+}
+
+}  // namespace DBStore

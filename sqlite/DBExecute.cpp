@@ -1,0 +1,180 @@
+// Statement preparation through the per-connection cache, parameter
+// binding, and execution with a row callback.
+#include <cctype>
+#include <vector>
+
+#include "sqlite/DBConnectionImpl.h"
+
+namespace DBStore {
+
+SqlParam SqlParam::Text(std::string value) {
+  SqlParam param;
+  param.kind_ = Kind::kText;
+  param.text_ = std::move(value);
+  return param;
+}
+
+SqlParam SqlParam::Int(int64_t value) {
+  SqlParam param;
+  param.kind_ = Kind::kInt;
+  param.integer_ = value;
+  return param;
+}
+
+SqlParam SqlParam::Null() { return SqlParam(); }
+
+namespace {
+
+using Impl = ConnectionAccess::Impl;
+
+bool OnlyBlanks(const char* text) {
+  for (; *text != '\0'; ++text)
+    if (!std::isspace(static_cast<unsigned char>(*text))) return false;
+  return true;
+}
+
+// Compiles the one statement of text. A text with no statement, or with a
+// second one that would silently never run, is refused.
+sqlite3_stmt* Compile(Impl& impl, const std::string& text, unsigned int flags) {
+  sqlite3_stmt* stmt = nullptr;
+  const char* tail = nullptr;
+  if (sqlite3_prepare_v3(impl.db, text.c_str(), -1, flags, &stmt, &tail) != SQLITE_OK) {
+    RecordFailure(impl, "prepare", text);
+    return nullptr;
+  }
+  if (stmt == nullptr) {
+    RecordFailure(impl, "prepare", text, "the text holds no statement");
+    return nullptr;
+  }
+  if (!OnlyBlanks(tail)) {
+    sqlite3_finalize(stmt);
+    RecordFailure(impl, "prepare", text, "the text holds more than one statement");
+    return nullptr;
+  }
+  return stmt;
+}
+
+// The connection's prepared copy of the statement, compiled on first use.
+Impl::CachedStatement* Cached(Impl& impl, const SqlStatement& statement) {
+  auto found = impl.statements.find(statement.Text());
+  if (found != impl.statements.end()) return &found->second;
+  sqlite3_stmt* stmt = Compile(impl, statement.Text(), SQLITE_PREPARE_PERSISTENT);
+  if (stmt == nullptr) return nullptr;
+  Impl::CachedStatement entry;
+  entry.stmt = stmt;
+  return &impl.statements.emplace(statement.Text(), entry).first->second;
+}
+
+// The statement one execution steps through: the cached one, or, when a row
+// callback re-enters with a text whose cached statement is still stepping,
+// a temporary copy. Leaves the cached statement reset and unbound, or the
+// copy finalised, however the execution ends.
+class ActiveStatement {
+ public:
+  ActiveStatement(Impl& impl, Impl::CachedStatement& cached, const std::string& text) {
+    if (!cached.running) {
+      cached_ = &cached;
+      cached.running = true;
+      stmt_ = cached.stmt;
+    } else {
+      stmt_ = Compile(impl, text, 0);
+    }
+  }
+  ~ActiveStatement() {
+    if (cached_ != nullptr) {
+      sqlite3_reset(stmt_);
+      sqlite3_clear_bindings(stmt_);
+      cached_->running = false;
+    } else {
+      sqlite3_finalize(stmt_);
+    }
+  }
+  ActiveStatement(const ActiveStatement&) = delete;
+  ActiveStatement& operator=(const ActiveStatement&) = delete;
+
+  sqlite3_stmt* get() const { return stmt_; }
+
+ private:
+  Impl::CachedStatement* cached_ = nullptr;
+  sqlite3_stmt* stmt_ = nullptr;
+};
+
+int Bind(Impl& impl, sqlite3_stmt* stmt, const SqlParams& params, const std::string& text) {
+  for (size_t i = 0; i < params.size(); ++i) {
+    const SqlParam& param = params[i];
+    int index = static_cast<int>(i) + 1;
+    int rc = SQLITE_OK;
+    switch (param.kind()) {
+      case SqlParam::Kind::kText:
+        rc = sqlite3_bind_text64(stmt, index, param.text().data(), param.text().size(),
+                                 SQLITE_TRANSIENT, SQLITE_UTF8);
+        break;
+      case SqlParam::Kind::kInt:
+        rc = sqlite3_bind_int64(stmt, index, param.integer());
+        break;
+      case SqlParam::Kind::kNull:
+        rc = sqlite3_bind_null(stmt, index);
+        break;
+    }
+    if (rc != SQLITE_OK) {
+      RecordFailure(impl, "bind", text);
+      return kFailure;
+    }
+  }
+  return kSuccess;
+}
+
+int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std::string& text) {
+  static char empty[] = "";
+  std::vector<char*> values;
+  std::vector<char*> names;
+  for (;;) {
+    int rc = sqlite3_step(stmt);
+    if (rc == SQLITE_DONE) return kSuccess;
+    if (rc != SQLITE_ROW) {
+      RecordFailure(impl, "execute", text);
+      return kFailure;
+    }
+    if (!callback) continue;
+    int count = sqlite3_column_count(stmt);
+    values.assign(static_cast<size_t>(count), nullptr);
+    names.assign(static_cast<size_t>(count), nullptr);
+    for (int i = 0; i < count; ++i) {
+      if (sqlite3_column_type(stmt, i) != SQLITE_NULL) {
+        const unsigned char* value = sqlite3_column_text(stmt, i);
+        values[i] = value != nullptr ? reinterpret_cast<char*>(const_cast<unsigned char*>(value))
+                                     : empty;
+      }
+      names[i] = const_cast<char*>(sqlite3_column_name(stmt, i));
+    }
+    // Stopping early is the caller's choice, not a failure.
+    if (callback(count, values.data(), names.data()) != 0) return kSuccess;
+  }
+}
+
+}  // namespace
+
+int PrepareStmt(const std::shared_ptr<StoreConnection>& connection, const SqlStatement& statement,
+                int timeLimit) {
+  if (!connection) return kFailure;
+  Impl& impl = ConnectionAccess::Of(*connection);
+  sqlite3_busy_timeout(impl.db, timeLimit);
+  return Cached(impl, statement) != nullptr ? kSuccess : kFailure;
+}
+
+int ExecuteStmt(const std::shared_ptr<StoreConnection>& connection, const SqlStatement& statement,
+                const SqlParams& params, const RowCallback& callback, int timeLimit) {
+  if (!connection) return kFailure;
+  // A row callback may drop the caller's last reference to the connection.
+  std::shared_ptr<StoreConnection> keep = connection;
+  Impl& impl = ConnectionAccess::Of(*keep);
+  sqlite3_busy_timeout(impl.db, timeLimit);
+  Impl::CachedStatement* cached = Cached(impl, statement);
+  if (cached == nullptr) return kFailure;
+  ActiveStatement active(impl, *cached, statement.Text());
+  if (active.get() == nullptr) return kFailure;
+  if (Bind(impl, active.get(), params, statement.Text()) != kSuccess) return kFailure;
+  return Step(impl, active.get(), callback, statement.Text());
+}
+
+}  // namespace DBStore
