@@ -7,6 +7,7 @@
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
 #include "core/ConfigStoreDocument.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 namespace {
@@ -40,7 +41,7 @@ bool Contains(const JsonValue& whole, const JsonValue& part, const JsonValue* li
   return true;
 }
 
-const JsonValue& ValueOf(const ObjectPtr& object) { return *object->GetImpl()->GetJsonValuePtr(); }
+const JsonValue& ValueOf(const ObjectPtr& object) { return *ImplOf(object).GetJsonValuePtr(); }
 
 bool Execute(const char* text, const DBStore::SqlParams& params, const Connection& conn) {
   return DBStore::ExecuteStmt(conn, DBStore::SqlStatement(text), params, nullptr, kStmtTimeLimit) ==
@@ -76,14 +77,14 @@ void SetPartialBootStatusInternal(const ObjectPtr& partial, const SchemaPtr& sch
   ObjectPtr desired = MakeLayerObject(id, schema, desiredRow, "DesiredValue");
   if (!desired) ThrowGeneral("desired config is empty");
 
-  std::shared_ptr<JsonDoc> listMembers = partial->GetImpl()->GetIdMap();
+  std::shared_ptr<JsonDoc> listMembers = ImplOf(partial).GetIdMap();
   if (!Contains(ValueOf(desired), ValueOf(partial),
                 listMembers ? listMembers->GetJsonValuePtr() : nullptr))
     ThrowGeneral("partial config being restored is not part of desired config");
 
   UpdateConfigInternal(partial, user, listMembers);
   DBStore::SqlParams params = InstanceParams(id);
-  params.push_back(DBStore::SqlParam::Text(user->GetImpl()->GetSerializedData()));
+  params.push_back(DBStore::SqlParam::Text(ImplOf(user).GetSerializedData()));
   if (!Execute(Sql::kConfirmPartialValue, params, conn))
     ThrowGeneral("Database call to update configuration failed for: " + id.toString());
 

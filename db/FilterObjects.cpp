@@ -7,6 +7,7 @@
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/FilterSpecObjectImpl.h"
 #include "core/ConfigStoreDocument.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 namespace {
@@ -17,7 +18,7 @@ template <typename Object, typename Value>
 void FilterObjects(std::vector<Object>& objects, const std::shared_ptr<FilterSpecObject>& filter,
                    Value value) {
   if (!filter || filter->IsEmpty()) return;
-  const JsonValue& filterValue = *filter->GetImpl()->GetJsonValuePtr();
+  const JsonValue& filterValue = *ImplOf(filter).GetJsonValuePtr();
   objects.erase(std::remove_if(objects.begin(), objects.end(),
                                [&](const Object& object) {
                                  return !csoMatchesFilter(*value(object), filterValue);
@@ -48,7 +49,7 @@ bool csoMatchesFilter(const JsonValue& value, const JsonValue& filter) {
 void FilterConfigStoreObjects(ObjectList& objects,
                               const std::shared_ptr<FilterSpecObject>& filter) {
   FilterObjects(objects, filter,
-                [](const ObjectPtr& object) { return object->GetImpl()->GetJsonValuePtr(); });
+                [](const ObjectPtr& object) { return ImplOf(object).GetJsonValuePtr(); });
 }
 
 void FilterConfigStoreObjects(std::vector<std::shared_ptr<ConfigStoreObjectImpl>>& objects,

@@ -7,6 +7,7 @@
 #include "db/WriteRows.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "schema/SchemaStore.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 namespace {
@@ -85,7 +86,7 @@ Prune PruneValue(JsonValue& value, const JsonValue& node, const char* tag) {
 ObjectPtr SplitLayer(const ObjectPtr& object, const SchemaPtr& schema, const char* tag) {
   std::shared_ptr<JsonDoc> data = CreateDocument();
   JsonDocument& document = *data->GetDocument();
-  document.CopyFrom(*object->GetImpl()->GetJsonValuePtr(), document.GetAllocator());
+  document.CopyFrom(*ImplOf(object).GetJsonValuePtr(), document.GetAllocator());
   if (PruneValue(document, schema->GetValueSchema(), tag) == Prune::kDrop) return nullptr;
   if (IsUserTag(tag) && document.ObjectEmpty()) return nullptr;
   const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
@@ -110,7 +111,7 @@ DBStore::SqlParams LayerPartParams(const ObjectPtr& object, const SchemaPtr& sch
   LayerParts parts = SplitLayers(object, schema);
   DBStore::SqlParams params;
   for (const ObjectPtr& part : {parts.user, parts.vital, parts.cached})
-    params.push_back(part ? DBStore::SqlParam::Text(part->GetImpl()->GetSerializedData())
+    params.push_back(part ? DBStore::SqlParam::Text(ImplOf(part).GetSerializedData())
                           : DBStore::SqlParam::Null());
   return params;
 }

@@ -4,6 +4,7 @@
 
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -13,7 +14,7 @@ ObjectPtr MergeConfig(ObjectPtr base, const ObjectPtr& a, const ObjectPtr& b, co
     if (!base)
       base = layer;
     else
-      UpdateConfigInternal(layer, base, layer->GetImpl()->GetIdMap());
+      UpdateConfigInternal(layer, base, ImplOf(layer).GetIdMap());
   }
   return base;
 }

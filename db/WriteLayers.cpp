@@ -9,6 +9,7 @@
 #include "db/WriteRows.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "schema/SchemaStore.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 namespace {
@@ -16,7 +17,7 @@ namespace {
 // The object's value as written to its column: NULL when it has no members.
 DBStore::SqlParam LayerParam(const ObjectPtr& object) {
   if (object->IsEmpty()) return DBStore::SqlParam::Null();
-  return DBStore::SqlParam::Text(object->GetImpl()->GetSerializedData());
+  return DBStore::SqlParam::Text(ImplOf(object).GetSerializedData());
 }
 
 DBStore::SqlParams ObjectParams(const ObjectPtr& object) {
@@ -50,7 +51,7 @@ ColumnMap SplitColumns(const ObjectPtr& object,
   if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
   LayerParts parts = SplitLayers(object, schema);
   auto text = [](const ObjectPtr& part) {
-    return part ? part->GetImpl()->GetSerializedData() : std::string();
+    return part ? ImplOf(part).GetSerializedData() : std::string();
   };
   ColumnMap columns;
   columns[context == INTERNAL ? "AutoConfValue" : "UserValue"] = text(parts.user);

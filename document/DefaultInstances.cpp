@@ -19,6 +19,7 @@
 #include "store/ObjectLists.h"
 #include "store/SchemaLookup.h"
 #include "validation/Validation.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -47,8 +48,8 @@ bool IsEqualInstance(const std::shared_ptr<ConfigStoreObject>& a,
   if (!generated && idA.instanceId != idB.instanceId) return false;
 
   JsonDocument valueA, valueB;
-  valueA.CopyFrom(*a->GetImpl()->GetJsonValuePtr(), valueA.GetAllocator());
-  valueB.CopyFrom(*b->GetImpl()->GetJsonValuePtr(), valueB.GetAllocator());
+  valueA.CopyFrom(*ImplOf(a).GetJsonValuePtr(), valueA.GetAllocator());
+  valueB.CopyFrom(*ImplOf(b).GetJsonValuePtr(), valueB.GetAllocator());
   if (generated) {
     ClearGeneratedInstanceId(&valueA);
     ClearGeneratedInstanceId(&valueB);

@@ -12,6 +12,7 @@
 #include "schema/SchemaStore.h"
 #include "store/GetDBStore.h"
 #include "validation/Validation.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -28,7 +29,7 @@ void ExportInternal(JsonDocument& document, CsoIdObjectMap& objects, bool clearG
     const ConfigStoreObjectId& id = entry.first;
     // The copy is what is cleaned and placed; the object stays as it is.
     JsonValue value;
-    if (entry.second) value.CopyFrom(*entry.second->GetImpl()->GetJsonValuePtr(), allocator);
+    if (entry.second) value.CopyFrom(*ImplOf(entry.second).GetJsonValuePtr(), allocator);
     if (clearGeneratedIds) ClearGeneratedInstanceId(&value);
     ConfigStoreDocument::AddObject(document, id.component, id.group, id.key, id.instanceId, value,
                                    allocator);

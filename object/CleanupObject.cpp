@@ -16,6 +16,7 @@
 #include "object/JsonDoc.h"
 #include "schema/SchemaNodes.h"
 #include "schema/SchemaStore.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -130,7 +131,7 @@ void CleanupObject(const std::shared_ptr<ConfigStoreObject>& object,
   }
   if (CSLogger::IsEnabled(2))
     CSLogger::Log(2, "Checking for empty objects and arrays in %s object", id.toString().c_str());
-  CleanObject(*object->GetImpl()->GetJsonValuePtr(), schema->GetValueSchema());
+  CleanObject(*ImplOf(object).GetJsonValuePtr(), schema->GetValueSchema());
 }
 
 }  // namespace CorvConfigStore

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "object/ConfigStoreObjectImpl.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -14,43 +15,39 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
 ConfigStoreObject::ConfigStoreObject(const std::shared_ptr<ConfigStoreObjectImpl>& impl)
     : StoreObject(impl) {}
 
-std::shared_ptr<ConfigStoreObjectImpl> ConfigStoreObject::GetImpl() const {
-  return std::static_pointer_cast<ConfigStoreObjectImpl>(impl_);
-}
+std::string ConfigStoreObject::GetVersion() const { return ImplOf(*this).GetVersion(); }
 
-std::string ConfigStoreObject::GetVersion() const { return GetImpl()->GetVersion(); }
+std::string ConfigStoreObject::GetCreationTime() const { return ImplOf(*this).GetCreationTime(); }
 
-std::string ConfigStoreObject::GetCreationTime() const { return GetImpl()->GetCreationTime(); }
+std::string ConfigStoreObject::GetModifiedTime() const { return ImplOf(*this).GetModifiedTime(); }
 
-std::string ConfigStoreObject::GetModifiedTime() const { return GetImpl()->GetModifiedTime(); }
+int ConfigStoreObject::GetRevision() const { return ImplOf(*this).GetRevision(); }
 
-int ConfigStoreObject::GetRevision() const { return GetImpl()->GetRevision(); }
-
-std::string ConfigStoreObject::GetData() const { return GetImpl()->GetData(); }
+std::string ConfigStoreObject::GetData() const { return ImplOf(*this).GetData(); }
 
 std::string ConfigStoreObject::GetPath(const char* property) const {
-  return GetImpl()->GetPath(property);
+  return ImplOf(*this).GetPath(property);
 }
 
 std::shared_ptr<ConfigStoreObject> ConfigStoreObject::CreateSubObject(const SubObjectId& subId) {
-  return GetImpl()->CreateSubObject(subId);
+  return ImplOf(*this).CreateSubObject(subId);
 }
 
 std::shared_ptr<ConfigStoreObject> ConfigStoreObject::GetSubObject(const SubObjectId& subId) const {
-  return GetImpl()->GetSubObject(subId);
+  return ImplOf(*this).GetSubObject(subId);
 }
 
 std::vector<std::shared_ptr<ConfigStoreObject>> ConfigStoreObject::GetSubObjectInstances(
     const std::shared_ptr<FilterSpecObject>& filter) const {
-  return GetImpl()->GetSubObjectInstances(filter);
+  return ImplOf(*this).GetSubObjectInstances(filter);
 }
 
 void ConfigStoreObject::DeleteSubObject(const SubObjectId& subId) {
-  GetImpl()->DeleteSubObject(subId);
+  ImplOf(*this).DeleteSubObject(subId);
 }
 
 void ConfigStoreObject::DeleteSubObjectInstances(const std::shared_ptr<FilterSpecObject>& filter) {
-  GetImpl()->DeleteSubObjectInstances(filter);
+  ImplOf(*this).DeleteSubObjectInstances(filter);
 }
 
 }  // namespace CorvConfigStore

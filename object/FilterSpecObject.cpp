@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "object/FilterSpecObjectImpl.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -14,22 +15,18 @@ FilterSpecObject::FilterSpecObject(const ConfigStoreObjectId& id)
 FilterSpecObject::FilterSpecObject(const std::shared_ptr<FilterSpecObjectImpl>& impl)
     : StoreObject(impl) {}
 
-std::shared_ptr<FilterSpecObjectImpl> FilterSpecObject::GetImpl() const {
-  return std::static_pointer_cast<FilterSpecObjectImpl>(impl_);
-}
-
 std::shared_ptr<FilterSpecObject> FilterSpecObject::CreateSubObjectFilter(
     const SubObjectId& subId) {
-  return GetImpl()->CreateSubObjectFilter(subId);
+  return ImplOf(*this).CreateSubObjectFilter(subId);
 }
 
 std::shared_ptr<FilterSpecObject> FilterSpecObject::GetSubObjectFilter(
     const SubObjectId& subId) const {
-  return GetImpl()->GetSubObjectFilter(subId);
+  return ImplOf(*this).GetSubObjectFilter(subId);
 }
 
 void FilterSpecObject::DeleteSubObjectFilter(const SubObjectId& subId) {
-  GetImpl()->DeleteSubObjectFilter(subId);
+  ImplOf(*this).DeleteSubObjectFilter(subId);
 }
 
 }  // namespace CorvConfigStore

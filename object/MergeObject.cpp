@@ -6,6 +6,7 @@
 #include "core/Checks.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "core/ConfigStoreDocument.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -25,7 +26,7 @@ void MergeSubObject(const ConfigStoreObject& update, ConfigStoreObject& target,
 void Merge(const ConfigStoreObject& update, ConfigStoreObject& target,
            const JsonValue* listMembers) {
   const ConfigStoreObjectId id = update.GetConfigStoreObjectId();
-  const JsonValue& value = *update.GetImpl()->GetJsonValuePtr();
+  const JsonValue& value = *ImplOf(update).GetJsonValuePtr();
   for (const auto& member : value.GetObject()) {
     std::string name(member.name.GetString(), member.name.GetStringLength());
     if (member.value.IsArray() && listMembers != nullptr &&
@@ -40,7 +41,7 @@ void Merge(const ConfigStoreObject& update, ConfigStoreObject& target,
       SubObjectId subId(name);
       MergeSubObject(*update.GetSubObject(subId), target, subId, listMembers);
     } else {
-      target.GetImpl()->SetValueEx(name.c_str(), &member.value);
+      ImplOf(target).SetValueEx(name.c_str(), &member.value);
     }
   }
 }
@@ -49,17 +50,17 @@ void Merge(const ConfigStoreObject& update, ConfigStoreObject& target,
 // another that shares its document: the target's changes could otherwise
 // move the very members being read.
 std::shared_ptr<ConfigStoreObject> Detach(const ConfigStoreObject& object) {
-  std::shared_ptr<ConfigStoreObjectImpl> impl = object.GetImpl();
+  const ConfigStoreObjectImpl& impl = ImplOf(object);
   std::shared_ptr<JsonDoc> copy = CreateDocument();
-  copy->GetJsonValuePtr()->CopyFrom(*impl->GetJsonValuePtr(), copy->GetAllocator());
+  copy->GetJsonValuePtr()->CopyFrom(*impl.GetJsonValuePtr(), copy->GetAllocator());
   return std::make_shared<ConfigStoreObject>(std::make_shared<ConfigStoreObjectImpl>(
-      impl->GetConfigStoreObjectId(), impl->GetRootId(), impl->GetIndex(), copy, nullptr,
-      impl->GetVersion(), impl->GetCreationTime(), impl->GetModifiedTime(), impl->GetRevision(),
-      false, impl->GetIdMap(), nullptr));
+      impl.GetConfigStoreObjectId(), impl.GetRootId(), impl.GetIndex(), copy, nullptr,
+      impl.GetVersion(), impl.GetCreationTime(), impl.GetModifiedTime(), impl.GetRevision(),
+      false, impl.GetIdMap(), nullptr));
 }
 
 bool ShareDocument(const ConfigStoreObject& a, const ConfigStoreObject& b) {
-  return a.GetImpl()->GetDoc()->GetDocument() == b.GetImpl()->GetDoc()->GetDocument();
+  return ImplOf(a).GetDoc()->GetDocument() == ImplOf(b).GetDoc()->GetDocument();
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "store/GetDBStore.h"
 #include "store/SchemaLookup.h"
 #include "validation/Validation.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -52,7 +53,7 @@ void UpdateKernelOptions(std::shared_ptr<ConfigStoreObject> object) {
     // Without stored options the update is the whole of them.
     std::shared_ptr<ConfigStoreObject> merged = GetKernelOptionsInternal(id, connection, schema);
     if (merged)
-      UpdateConfigInternal(object, merged, object->GetImpl()->GetIdMap());
+      UpdateConfigInternal(object, merged, ImplOf(object).GetIdMap());
     else
       merged = object;
     ValidateSet(schema, merged);

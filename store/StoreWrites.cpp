@@ -15,6 +15,7 @@
 #include "store/SchemaLookup.h"
 #include "store/StoreTransactions.h"
 #include "validation/Validation.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -23,7 +24,7 @@ namespace {
 // Merges an update into target; the update's instance-id map names the
 // arrays that are merged instance by instance.
 void MergeUpdate(const ObjectPtr& update, const ObjectPtr& target) {
-  UpdateConfigInternal(update, target, update->GetImpl()->GetIdMap());
+  UpdateConfigInternal(update, target, ImplOf(update).GetIdMap());
 }
 
 }  // namespace

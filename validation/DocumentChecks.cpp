@@ -8,6 +8,7 @@
 #include "schema/SchemaStore.h"
 #include "validation/OptionSets.h"
 #include "validation/Validation.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -31,7 +32,7 @@ bool ValidateWholeDocument(JsonValue& value, JsonAllocator& allocator,
 bool ValidateDocument(const std::shared_ptr<ConfigStoreObject>& object,
                       std::vector<ErrorInfo>& errors) {
   if (IsNull(object, "ValidateDocument")) return false;
-  const std::shared_ptr<JsonDoc>& doc = object->GetImpl()->GetDoc();
+  const std::shared_ptr<JsonDoc>& doc = ImplOf(object).GetDoc();
   return ValidateWholeDocument(*doc->GetJsonValuePtr(), doc->GetAllocator(), kUserConfigOptions,
                                CorvSchemaStore::SchemaStore::GetCache(), errors);
 }

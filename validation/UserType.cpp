@@ -6,6 +6,7 @@
 #include "object/ConfigStoreObjectImpl.h"
 #include "schema/SchemaStore.h"
 #include "validation/Validation.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 namespace {
@@ -55,7 +56,7 @@ bool TouchesUserData(const JsonValue* schema, const JsonValue& value) {
 }  // namespace
 
 bool isUserType(const std::shared_ptr<ConfigStoreObject>& object, const SchemaPtr& schema) {
-  const JsonValue& value = *object->GetImpl()->GetJsonValuePtr();
+  const JsonValue& value = *ImplOf(object).GetJsonValuePtr();
   return TouchesUserData(&schema->GetValueSchema(), value);
 }
 

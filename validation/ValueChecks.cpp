@@ -11,12 +11,13 @@
 #include "schema/SchemaStore.h"
 #include "validation/OptionSets.h"
 #include "validation/Validation.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 namespace {
 
 const JsonValue& ValueOf(const std::shared_ptr<ConfigStoreObject>& object) {
-  return *object->GetImpl()->GetJsonValuePtr();
+  return *ImplOf(object).GetJsonValuePtr();
 }
 
 // Runs the check into a fresh list and throws 1084 carrying it when the

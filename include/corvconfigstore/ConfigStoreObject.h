@@ -56,8 +56,6 @@ class CORV_EXPORT ConfigStoreObject : public StoreObject {
   // Missing sub-objects are logged, not an error.
   void DeleteSubObject(const SubObjectId& subId);
   void DeleteSubObjectInstances(const std::shared_ptr<FilterSpecObject>& filter);
-
-  std::shared_ptr<ConfigStoreObjectImpl> GetImpl() const;
 };
 
 }  // namespace CorvConfigStore

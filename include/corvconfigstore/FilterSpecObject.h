@@ -30,8 +30,6 @@ class CORV_EXPORT FilterSpecObject : public StoreObject {
   std::shared_ptr<FilterSpecObject> GetSubObjectFilter(const SubObjectId& subId) const;
   // A missing filter is no error.
   void DeleteSubObjectFilter(const SubObjectId& subId);
-
-  std::shared_ptr<FilterSpecObjectImpl> GetImpl() const;
 };
 
 }  // namespace CorvConfigStore

@@ -26,7 +26,6 @@ class CORV_EXPORT StoreObject {
  public:
   // A new object holding an empty JSON object.
   explicit StoreObject(const ConfigStoreObjectId& id);
-  explicit StoreObject(const std::shared_ptr<StoreObjectImpl>& impl);
 
   ConfigStoreObjectId GetConfigStoreObjectId() const;
 
@@ -107,9 +106,13 @@ class CORV_EXPORT StoreObject {
   // Replaces the object's JSON with the parsed text; null text does nothing.
   void SetData(const char* text);
 
-  const std::shared_ptr<StoreObjectImpl>& GetImpl() const { return impl_; }
 
  protected:
+  explicit StoreObject(const std::shared_ptr<StoreObjectImpl>& impl);
+
+ private:
+  friend class ObjectAccess;
+
   std::shared_ptr<StoreObjectImpl> impl_;
 };
 

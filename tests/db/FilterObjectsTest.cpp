@@ -75,11 +75,12 @@ TEST_F(FilterObjectsTest, ArrayMembersMatchNothingAndAreLoggedPerObject) {
 
 TEST_F(FilterObjectsTest, ImplementationListsAreFilteredTheSameWay) {
   std::vector<std::shared_ptr<ConfigStoreObjectImpl>> impls;
-  for (const ObjectPtr& object : objects_) impls.push_back(object->GetImpl());
+  for (const ObjectPtr& object : objects_)
+    impls.push_back(std::static_pointer_cast<ConfigStoreObjectImpl>(ObjectAccess::Shared(*object)));
   FilterConfigStoreObjects(impls, Filter(R"({"options":{"rotate":false}})"));
   ASSERT_EQ(impls.size(), 2u);
-  EXPECT_EQ(impls[0], objects_[1]->GetImpl());
-  EXPECT_EQ(impls[1], objects_[2]->GetImpl());
+  EXPECT_EQ(impls[0].get(), &ImplOf(objects_[1]));
+  EXPECT_EQ(impls[1].get(), &ImplOf(objects_[2]));
 }
 
 TEST_F(FilterObjectsTest, MatchOfJsonValues) {

@@ -24,6 +24,7 @@
 #include "schema/SchemaStore.h"
 #include "support/LogCapture.h"
 #include "support/StoreEnvironment.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvTest {
 
@@ -127,7 +128,7 @@ inline ::testing::AssertionResult Throws(const std::function<void()>& f, int cod
 
 // The serialised value of an object, "<none>" for an empty pointer.
 inline std::string Json(const ObjectPtr& object) {
-  return object ? object->GetImpl()->GetSerializedData() : "<none>";
+  return object ? ImplOf(object).GetSerializedData() : "<none>";
 }
 
 class RowsTest : public ::testing::Test {

@@ -8,6 +8,7 @@
 #include "object/ConfigStoreObjectImpl.h"
 #include "core/ConfigStoreDocument.h"
 #include "support/HostFixture.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using namespace CorvTest;
@@ -167,7 +168,7 @@ TEST_F(ExportTest, ExportInternalPlacesEveryEntry) {
       R"({"corv":{"net":{"dns":{"domain":"a"},"iface":null},"gen":{"routes":[{"dest":"a"}]}}})",
       JsonToString(cleared)));
   // The objects themselves keep their generated ids.
-  EXPECT_NE(std::string::npos, route->GetImpl()->GetSerializedData().find(routeId));
+  EXPECT_NE(std::string::npos, ImplOf(route).GetSerializedData().find(routeId));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "core/Throw.h"
 #include "object/CleanupObject.h"
 #include "support/LogCapture.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::ObjectFrom;
@@ -29,7 +30,7 @@ std::string Cleaned(const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema
                     const std::string& data, const std::string& instanceId = "n") {
   auto object = ObjectFrom(schema, data, instanceId);
   CleanupObject(object, schema);
-  return object->GetImpl()->GetSerializedData();
+  return ImplOf(object).GetSerializedData();
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "object/SchemaDerived.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::ObjectFrom;
@@ -37,19 +38,19 @@ std::shared_ptr<CorvSchemaStore::SchemaObject> Dns() {
 
 TEST(ConfigStoreObjectTest, TakesMapDefaultsAndVersionFromTheSchema) {
   auto object = ObjectFrom(Nics(), "{}", "eth0");
-  auto impl = object->GetImpl();
-  EXPECT_EQ(impl->GetIdMapStr(),
+  auto& impl = ImplOf(object);
+  EXPECT_EQ(impl.GetIdMapStr(),
             R"({"nics":"name","ips":"addr","routes":"cs_generated_id","vitalList":"a"})");
-  ASSERT_TRUE(impl->GetDefaults());
-  EXPECT_EQ(JsonToString(*impl->GetDefaults()->GetJsonValuePtr()),
+  ASSERT_TRUE(impl.GetDefaults());
+  EXPECT_EQ(JsonToString(*impl.GetDefaults()->GetJsonValuePtr()),
             R"({"mtu":1500,"tags":["lan"],"opts":{"speed":100},"ips":{"prefix":24}})");
   EXPECT_EQ(object->GetVersion(), "2.1");
   EXPECT_EQ(object->GetRevision(), -1);
   EXPECT_EQ(object->GetCreationTime(), "");
   EXPECT_EQ(object->GetModifiedTime(), "");
-  EXPECT_TRUE(impl->IsDerivedFromSchema());
-  EXPECT_EQ(impl->GetRootId(), object->GetConfigStoreObjectId());
-  EXPECT_FALSE(impl->GetIndex().has_value());
+  EXPECT_TRUE(impl.IsDerivedFromSchema());
+  EXPECT_EQ(impl.GetRootId(), object->GetConfigStoreObjectId());
+  EXPECT_FALSE(impl.GetIndex().has_value());
   // The object of a key with instances carries its own instance id.
   EXPECT_EQ(object->GetData(), R"({"name":"eth0"})");
 }
@@ -77,8 +78,8 @@ TEST(ConfigStoreObjectTest, DataIsSharedNotCopied) {
 
 TEST(ConfigStoreObjectTest, SingletonHasNoInstanceIdMap) {
   auto object = ObjectFrom(Dns(), R"({"servers":[]})", "ignored");
-  EXPECT_EQ(object->GetImpl()->GetIdMapStr(), "{}");
-  EXPECT_EQ(object->GetImpl()->GetIdMap(), nullptr);
+  EXPECT_EQ(ImplOf(object).GetIdMapStr(), "{}");
+  EXPECT_EQ(ImplOf(object).GetIdMap(), nullptr);
   EXPECT_EQ(object->GetData(), R"({"servers":[]})");
   EXPECT_EQ(object->GetVersion(), "1.0");
 }
@@ -87,7 +88,7 @@ TEST(ConfigStoreObjectTest, InstanceIdOverwritesTheIdPropertyInPlace) {
   auto object = ObjectFrom(Nics(), R"({"name":"old","mtu":1})", "new");
   EXPECT_EQ(object->GetData(), R"({"name":"new","mtu":1})");
   object->SetValue("name", "other");
-  object->GetImpl()->SetInstanceIdFromCsoId();
+  ImplOf(object).SetInstanceIdFromCsoId();
   EXPECT_EQ(object->GetData(), R"({"name":"new","mtu":1})");
 }
 
@@ -110,7 +111,7 @@ TEST(ConfigStoreObjectTest, ReadsFallBackToDefaults) {
   EXPECT_TRUE(Throws<InvalidTypeException>([&] { object->GetValue("tags", &d); }, 2000,
                                            "Invalid type specified for: tags"));
   // Writes never touch the defaults.
-  EXPECT_EQ(JsonToString(*object->GetImpl()->GetDefaults()->GetJsonValuePtr()),
+  EXPECT_EQ(JsonToString(*ImplOf(object).GetDefaults()->GetJsonValuePtr()),
             R"({"mtu":1500,"tags":["lan"],"opts":{"speed":100},"ips":{"prefix":24}})");
   EXPECT_EQ(object->GetData(), R"({"desc":null,"name":"eth0","mtu":9000})");
 }
@@ -163,28 +164,28 @@ TEST(ConfigStoreObjectTest, GetDataOmitsGeneratedIdsAndSerializedDataKeepsThem) 
       "n");
   EXPECT_EQ(object->GetData(),
             R"({"name":"n","routes":[{"via":"x"},{}],"opts":{"inner":{"x":1}}})");
-  EXPECT_EQ(object->GetImpl()->GetSerializedData(),
+  EXPECT_EQ(ImplOf(object).GetSerializedData(),
             R"({"name":"n","cs_generated_id":"g0","routes":[{"via":"x","cs_generated_id":"g1"},)"
             R"({"cs_generated_id":"g2"}],"opts":{"inner":{"cs_generated_id":"g3","x":1}}})");
   // Through the base handle the text is the stored one.
   EXPECT_EQ(static_cast<const StoreObject&>(*object).GetData(),
-            object->GetImpl()->GetSerializedData());
+            ImplOf(object).GetSerializedData());
 }
 
 TEST(ConfigStoreObjectTest, SetValueExReplacesOnlyUnequalValues) {
   auto object = ObjectFrom(Dns(), R"({"a":{"x":[1,2]},"b":1,"c":"s"})");
-  auto impl = object->GetImpl();
+  auto& impl = ImplOf(object);
   auto equal = CreateDocumentFromString(R"({"x":[1,2]})");
-  impl->SetValueEx("a", equal->GetJsonValuePtr());
+  impl.SetValueEx("a", equal->GetJsonValuePtr());
   EXPECT_EQ(object->GetData(), R"({"a":{"x":[1,2]},"b":1,"c":"s"})");
   auto other = CreateDocumentFromString(R"({"x":[1]})");
-  impl->SetValueEx("a", other->GetJsonValuePtr());
+  impl.SetValueEx("a", other->GetJsonValuePtr());
   EXPECT_EQ(object->GetData(), R"({"c":"s","b":1,"a":{"x":[1]}})");
   auto fresh = CreateDocumentFromString("null");
-  impl->SetValueEx("d", fresh->GetJsonValuePtr());
+  impl.SetValueEx("d", fresh->GetJsonValuePtr());
   EXPECT_EQ(object->GetData(), R"({"c":"s","b":1,"a":{"x":[1]},"d":null})");
   // Equal JSON null stays where it is.
-  impl->SetValueEx("d", fresh->GetJsonValuePtr());
+  impl.SetValueEx("d", fresh->GetJsonValuePtr());
   EXPECT_EQ(object->GetData(), R"({"c":"s","b":1,"a":{"x":[1]},"d":null})");
   other->GetJsonValuePtr()->SetObject();
   EXPECT_EQ(object->GetData(), R"({"c":"s","b":1,"a":{"x":[1]},"d":null})");
@@ -193,24 +194,24 @@ TEST(ConfigStoreObjectTest, SetValueExReplacesOnlyUnequalValues) {
 TEST(ConfigStoreObjectTest, SetValueExRemovesEveryMemberOfTheName) {
   auto object = ObjectFrom(Dns(), R"({"a":null,"b":1,"a":2})");
   auto value = CreateDocumentFromString("3");
-  object->GetImpl()->SetValueEx("a", value->GetJsonValuePtr());
+  ImplOf(object).SetValueEx("a", value->GetJsonValuePtr());
   EXPECT_EQ(object->GetData(), R"({"b":1,"a":3})");
 }
 
 TEST(ConfigStoreObjectTest, SetValueExWithAValueOfTheSameObject) {
   auto object = ObjectFrom(Dns(), R"({"a":{"deep":[1,2,3]},"b":2,"c":{"k":"v"}})");
-  auto impl = object->GetImpl();
-  impl->SetValueEx("a", impl->GetValuePtr("c"));
+  auto& impl = ImplOf(object);
+  impl.SetValueEx("a", impl.GetValuePtr("c"));
   EXPECT_EQ(object->GetData(), R"({"c":{"k":"v"},"b":2,"a":{"k":"v"}})");
 }
 
 TEST(ConfigStoreObjectTest, SetValueExRefusals) {
   auto object = ObjectFrom(Dns(), "{}");
   auto value = CreateDocumentFromString("1");
-  EXPECT_TRUE(Throws<InvalidArgumentException>([&] { object->GetImpl()->SetValueEx("a", nullptr); },
+  EXPECT_TRUE(Throws<InvalidArgumentException>([&] { ImplOf(object).SetValueEx("a", nullptr); },
                                                2000, "value cannot be null"));
   EXPECT_TRUE(Throws<InvalidArgumentException>(
-      [&] { object->GetImpl()->SetValueEx("", value->GetJsonValuePtr()); }, 2000,
+      [&] { ImplOf(object).SetValueEx("", value->GetJsonValuePtr()); }, 2000,
       "key cannot be empty"));
 }
 
@@ -273,7 +274,7 @@ TEST_F(ConfigStoreObjectStoreTest, NewObjectAsksTheSchemaStore) {
   EXPECT_EQ(mtu, 1500);
   ConfigStoreObject dns(ConfigStoreObjectId("dns", "net", "corv"));
   EXPECT_TRUE(dns.IsEmpty());
-  EXPECT_EQ(dns.GetImpl()->GetIdMapStr(), "{}");
+  EXPECT_EQ(ImplOf(dns).GetIdMapStr(), "{}");
 }
 
 TEST_F(ConfigStoreObjectStoreTest, UnknownKeyRaisesSchemaNotFound) {

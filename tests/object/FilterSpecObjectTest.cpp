@@ -9,6 +9,7 @@
 #include "ObjectTestSupport.h"
 #include "object/FilterSpecObjectImpl.h"
 #include "support/LogCapture.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::TestId;
@@ -97,8 +98,8 @@ TEST(FilterSpecObjectTest, NestedFiltersAndHandlesThatOutliveTheParent) {
   sub.reset();
   subsub->SetValue("c", true);
   EXPECT_EQ(subsub->GetData(), R"({"c":true})");
-  EXPECT_EQ(subsub->GetImpl()->GetDoc()->GetPath().size(), 2u);
-  EXPECT_EQ(JsonToString(*subsub->GetImpl()->GetDoc()->GetDocument()), R"({"a":{"b":{"c":true}}})");
+  EXPECT_EQ(ImplOf(subsub).GetDoc()->GetPath().size(), 2u);
+  EXPECT_EQ(JsonToString(*ImplOf(subsub).GetDoc()->GetDocument()), R"({"a":{"b":{"c":true}}})");
 }
 
 TEST(FilterSpecObjectTest, SubFilterOfADeletedMemberRaisesOnNextAccess) {
@@ -115,9 +116,9 @@ TEST(FilterSpecObjectTest, TypedReadsNeverReportDefaults) {
   FilterSpecObject filter(TestId());
   filter.SetValue("a", "x");
   bool fromDefault = true;
-  EXPECT_NE(filter.GetImpl()->GetValuePtrDefault("a", fromDefault), nullptr);
+  EXPECT_NE(ImplOf(filter).GetValuePtrDefault("a", fromDefault), nullptr);
   EXPECT_FALSE(fromDefault);
   fromDefault = true;
-  EXPECT_EQ(filter.GetImpl()->GetValuePtrDefault("b", fromDefault), nullptr);
+  EXPECT_EQ(ImplOf(filter).GetValuePtrDefault("b", fromDefault), nullptr);
   EXPECT_FALSE(fromDefault);
 }

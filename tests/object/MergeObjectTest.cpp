@@ -12,6 +12,7 @@
 #include "object/MergeObject.h"
 #include "core/ErrorMessages.h"
 #include "support/LogCapture.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::ObjectFrom;
@@ -30,8 +31,8 @@ std::shared_ptr<ConfigStoreObject> Nic(const std::string& data) {
 std::string Merged(const std::string& update, const std::string& target) {
   auto from = Nic(update);
   auto into = Nic(target);
-  UpdateConfigInternal(from, into, from->GetImpl()->GetIdMap());
-  return into->GetImpl()->GetSerializedData();
+  UpdateConfigInternal(from, into, ImplOf(from).GetIdMap());
+  return ImplOf(into).GetSerializedData();
 }
 
 }  // namespace
@@ -87,10 +88,10 @@ TEST(MergeObjectTest, ArrayNotNamedInTheDocumentIsReplacedWhole) {
 
 TEST(MergeObjectTest, TheUpdateIsLeftAsItWas) {
   auto from = Nic(R"({"opts":{"speed":2},"ips":[{"addr":"b"}]})");
-  std::string before = from->GetImpl()->GetSerializedData();
+  std::string before = ImplOf(from).GetSerializedData();
   auto into = Nic(R"({"opts":{"speed":1},"ips":[{"addr":"a"}]})");
-  UpdateConfigInternal(from, into, from->GetImpl()->GetIdMap());
-  EXPECT_EQ(from->GetImpl()->GetSerializedData(), before);
+  UpdateConfigInternal(from, into, ImplOf(from).GetIdMap());
+  EXPECT_EQ(ImplOf(from).GetSerializedData(), before);
 }
 
 TEST(MergeObjectTest, UpdateMustBeAnObject) {
@@ -104,7 +105,7 @@ TEST(MergeObjectTest, ObjectOverAScalarIsRefused) {
   auto from = Nic(R"({"desc":{"a":1}})");
   auto into = Nic(R"({"desc":"x"})");
   EXPECT_TRUE(Throws<InvalidArgumentException>(
-      [&] { UpdateConfigInternal(from, into, from->GetImpl()->GetIdMap()); }, 2000,
+      [&] { UpdateConfigInternal(from, into, ImplOf(from).GetIdMap()); }, 2000,
       "Not a singleton SubObject: key desc"));
 }
 
@@ -120,11 +121,11 @@ TEST(MergeObjectTest, NullHandlesAreLoggedAndIgnored) {
 
 TEST(MergeObjectTest, MergingWithinOneDocument) {
   auto nic = Nic(R"({"opts":{"speed":1,"mtu":9,"inner":{"x":2}},"mtu":1,"a":1,"b":2})");
-  UpdateConfigInternal(nic->GetSubObject(SubObjectId("opts")), nic, nic->GetImpl()->GetIdMap());
+  UpdateConfigInternal(nic->GetSubObject(SubObjectId("opts")), nic, ImplOf(nic).GetIdMap());
   EXPECT_EQ(nic->GetData(),
             R"({"opts":{"speed":1,"mtu":9,"inner":{"x":2}},"speed":1,"a":1,"b":2,"name":"n",)"
             R"("mtu":9,"inner":{"x":2}})");
   std::string before = nic->GetData();
-  UpdateConfigInternal(nic, nic, nic->GetImpl()->GetIdMap());
+  UpdateConfigInternal(nic, nic, ImplOf(nic).GetIdMap());
   EXPECT_EQ(nic->GetData(), before);
 }

@@ -57,9 +57,9 @@ inline CorvConfigStore::ConfigStoreObjectId TestId(const std::string& instanceId
 
 // A StoreObject holding a copy of the parsed text.
 inline CorvConfigStore::StoreObject StoreObjectFrom(const std::string& text) {
-  auto doc = CorvConfigStore::CreateDocumentFromString(text);
-  return CorvConfigStore::StoreObject(std::make_shared<CorvConfigStore::StoreObjectImpl>(
-      TestId(), static_cast<void*>(doc->GetJsonValuePtr())));
+  CorvConfigStore::StoreObject object(TestId());
+  object.SetData(text.c_str());
+  return object;
 }
 
 inline std::shared_ptr<CorvSchemaStore::SchemaObject> SchemaFrom(const std::string& key,

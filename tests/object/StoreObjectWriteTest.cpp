@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ObjectTestSupport.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::StoreObjectFrom;
@@ -245,16 +246,23 @@ TEST(StoreObjectWriteTest, SetDataReplacesTheValue) {
   EXPECT_EQ(object.GetData(), R"({"b":[true]})");
 }
 
+// The handle made over a given implementation, as the object types built on
+// StoreObject make it.
+class HandleOver : public StoreObject {
+ public:
+  explicit HandleOver(const std::shared_ptr<StoreObjectImpl>& impl) : StoreObject(impl) {}
+};
+
 TEST(StoreObjectWriteTest, ConstructionCopiesTheGivenValue) {
   auto source = CreateDocumentFromString(R"({"a":{"b":[1,2]},"s":"x"})");
   auto impl = std::make_shared<StoreObjectImpl>(TestId("i"), source->GetJsonValuePtr());
-  StoreObject object(impl);
+  HandleOver object(impl);
   object.SetValue("s", "changed");
   object.Remove("a");
   EXPECT_EQ(JsonToString(*source->GetJsonValuePtr()), R"({"a":{"b":[1,2]},"s":"x"})");
   EXPECT_EQ(object.GetData(), R"({"s":"changed"})");
   EXPECT_EQ(object.GetConfigStoreObjectId(), TestId("i"));
-  StoreObject empty(std::make_shared<StoreObjectImpl>(TestId(), nullptr));
+  HandleOver empty(std::make_shared<StoreObjectImpl>(TestId(), nullptr));
   EXPECT_EQ(empty.GetData(), "{}");
 }
 
@@ -263,11 +271,11 @@ TEST(StoreObjectWriteTest, HandleCopiesShareTheObject) {
   StoreObject copy = object;
   copy.SetValue("a", 1);
   EXPECT_EQ(object.GetData(), R"({"a":1})");
-  EXPECT_EQ(object.GetImpl(), copy.GetImpl());
+  EXPECT_EQ(&ImplOf(object), &ImplOf(copy));
 }
 
 TEST(StoreObjectWriteTest, NullImplementationIsRefused) {
   EXPECT_TRUE(Throws<InvalidArgumentException>(
-      [] { StoreObject object(std::shared_ptr<StoreObjectImpl>{}); }, 2000,
+      [] { HandleOver object(std::shared_ptr<StoreObjectImpl>{}); }, 2000,
       "value cannot be null"));
 }

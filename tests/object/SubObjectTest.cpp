@@ -12,6 +12,7 @@
 #include "NicsSchema.h"
 #include "ObjectTestSupport.h"
 #include "support/LogCapture.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::ObjectFrom;
@@ -45,7 +46,7 @@ TEST(SubObjectTest, CreateInstancesOfAList) {
   EXPECT_TRUE(log.Has(4, "CreateSubObject : key ips id 10.0.0.1"));
   EXPECT_EQ(nic->GetData(), R"({"name":"n","ips":[{"addr":"10.0.0.1"},{"addr":"10.0.0.2"}]})");
   EXPECT_EQ(a->GetConfigStoreObjectId(), ConfigStoreObjectId("ips", "g", "c", "10.0.0.1"));
-  EXPECT_EQ(a->GetImpl()->GetRootId(), nic->GetConfigStoreObjectId());
+  EXPECT_EQ(ImplOf(a).GetRootId(), nic->GetConfigStoreObjectId());
   b->SetValue("prefix", 16);
   EXPECT_EQ(nic->GetData(),
             R"({"name":"n","ips":[{"addr":"10.0.0.1"},{"addr":"10.0.0.2","prefix":16}]})");
@@ -85,9 +86,9 @@ TEST(SubObjectTest, SubObjectsShareTheParentsMetadata) {
   EXPECT_EQ(opts->GetCreationTime(), "t1");
   EXPECT_EQ(opts->GetModifiedTime(), "t2");
   EXPECT_EQ(opts->GetRevision(), 12);
-  EXPECT_EQ(opts->GetImpl()->GetIndex(), std::optional<unsigned long>(3));
-  EXPECT_EQ(opts->GetImpl()->GetIdMap(), nic->GetImpl()->GetIdMap());
-  EXPECT_FALSE(opts->GetImpl()->IsDerivedFromSchema());
+  EXPECT_EQ(ImplOf(opts).GetIndex(), std::optional<unsigned long>(3));
+  EXPECT_EQ(ImplOf(opts).GetIdMap(), ImplOf(nic).GetIdMap());
+  EXPECT_FALSE(ImplOf(opts).IsDerivedFromSchema());
 }
 
 TEST(SubObjectTest, GetSubObjectOfAnAbsentKeyIsEmpty) {
@@ -196,7 +197,7 @@ TEST(SubObjectTest, ValueSetThroughASubObjectShowsInTheParent) {
   ASSERT_TRUE(inner);
   inner->SetValue("x", 3);
   EXPECT_EQ(nic->GetData(), R"({"opts":{"inner":{"x":3}},"name":"n"})");
-  EXPECT_EQ(inner->GetImpl()->GetDoc()->GetPath().size(), 2u);
+  EXPECT_EQ(ImplOf(inner).GetDoc()->GetPath().size(), 2u);
 }
 
 TEST(SubObjectTest, SubObjectHandlesOutliveTheirParent) {
@@ -209,7 +210,7 @@ TEST(SubObjectTest, SubObjectHandlesOutliveTheirParent) {
   auto inner = opts->CreateSubObject(SubObjectId("inner"));
   inner->SetValue("x", 1);
   EXPECT_EQ(
-      JsonToString(*ip->GetImpl()->GetDoc()->GetDocument()),
+      JsonToString(*ImplOf(ip).GetDoc()->GetDocument()),
       R"({"name":"n","ips":[{"addr":"a","prefix":24}],"opts":{"speed":1000,"inner":{"x":1}}})");
 }
 

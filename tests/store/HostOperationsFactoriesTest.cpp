@@ -6,6 +6,7 @@
 
 #include "object/ConfigStoreObjectImpl.h"
 #include "support/HostFixture.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using namespace CorvTest;
@@ -57,7 +58,7 @@ TEST_F(HostFactoriesTest, ObjectWithGeneratedIdGetsOneAndIsNamedByIt) {
   EXPECT_EQ(36u, instanceId.size()) << instanceId;
   // Kept in what is stored, never shown to callers.
   EXPECT_TRUE(JsonEqual(R"({"dest":"10.0.0.0/8","cs_generated_id":")" + instanceId + "\"}",
-                        object->GetImpl()->GetSerializedData()));
+                        ImplOf(object).GetSerializedData()));
   EXPECT_TRUE(JsonEqual(R"({"dest":"10.0.0.0/8"})", object->GetData()));
   // One that already has an id keeps it.
   auto kept = CreateObject(kRoutes, R"({"dest":"a","cs_generated_id":"g-1"})");

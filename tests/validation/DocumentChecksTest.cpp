@@ -3,6 +3,7 @@
 #include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 #include "ValidationFixture.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::HasRecord;
@@ -74,7 +75,7 @@ TEST_F(DocumentChecksTest, ValidateDocumentGivesGeneratedIds) {
   auto document = Document(R"({"corv": {"net": {"pools": [{"size": 1}, {"size": 2}]}}})");
   std::vector<ErrorInfo> errors;
   EXPECT_TRUE(ValidateDocument(document, errors));
-  const JsonValue& value = *document->GetImpl()->GetJsonValuePtr();
+  const JsonValue& value = *ImplOf(document).GetJsonValuePtr();
   std::string first = FirstPoolId(value);
   EXPECT_FALSE(first.empty());
   const JsonValue& second = value["corv"]["net"]["pools"][1];
@@ -89,7 +90,7 @@ TEST_F(DocumentChecksTest, ExistingGeneratedIdsAreKept) {
       Document(R"({"corv": {"net": {"pools": [{"size": 1, "cs_generated_id": "kept"}]}}})");
   std::vector<ErrorInfo> errors;
   EXPECT_TRUE(ValidateDocument(document, errors));
-  EXPECT_EQ(FirstPoolId(*document->GetImpl()->GetJsonValuePtr()), "kept");
+  EXPECT_EQ(FirstPoolId(*ImplOf(document).GetJsonValuePtr()), "kept");
 }
 
 TEST_F(DocumentChecksTest, ADocumentThatIsNotAnObjectIsOneFault) {

@@ -18,6 +18,7 @@
 #include "schema/SchemaStore.h"
 #include "support/LogCapture.h"
 #include "support/StoreEnvironment.h"
+#include "object/ObjectAccess.h"
 
 namespace CorvTest {
 
@@ -93,7 +94,7 @@ class ValidationTest : public ::testing::Test {
 
   // The object's JSON as stored, generated ids included.
   static std::string Stored(const std::shared_ptr<CorvConfigStore::ConfigStoreObject>& object) {
-    return object->GetImpl()->GetSerializedData();
+    return ImplOf(object).GetSerializedData();
   }
 
   // The message text of a code, formatted with detail when given.
