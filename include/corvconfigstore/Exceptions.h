@@ -63,6 +63,13 @@ class CORV_EXPORT ConfigStoreException : public HostCtl::Lib::HostCtlException {
   // "Error Code: <code>\nMessage: <message>\n".
   std::string toString() const;
 
+  // Why the failure happened, where the library knows more than its fixed
+  // message says: for a failed database call, the database's own reason
+  // ("database is locked", "disk I/O error", ...). Empty otherwise. The
+  // message and code stay as they are.
+  const std::vector<std::string>& GetDetails() const { return details_; }
+  void AddDetail(const std::string& detail) { details_.push_back(detail); }
+
  private:
   int code_;
   std::vector<std::string> details_;
