@@ -43,19 +43,20 @@ bool Contains(const JsonValue& whole, const JsonValue& part, const JsonValue* li
 
 const JsonValue& ValueOf(const ObjectPtr& object) { return *ImplOf(object).GetJsonValuePtr(); }
 
-bool Execute(const char* text, const DBStore::SqlParams& params, const Connection& conn) {
-  return DBStore::ExecuteStmt(conn, DBStore::SqlStatement(text), params, nullptr, kStmtTimeLimit) ==
-         DBStore::kSuccess;
+void Execute(const char* text, const DBStore::SqlParams& params, const Connection& conn,
+             const std::string& message) {
+  ExecuteWrite(conn, DBStore::SqlStatement(text), params, message);
 }
 
 }  // namespace
 
 void SetBootStatusInternal(const ConfigStoreObjectId& id, bool success, const Connection& conn) {
   if (!success) return;
-  bool done = id.instanceId.empty()
-                  ? Execute(Sql::kConfirmDesired, KeyParams(id), conn)
-                  : Execute(Sql::kConfirmDesiredInstance, InstanceParams(id), conn);
-  if (!done) ThrowGeneral("SetBootStatus: Failed to mark success status for given csoId.");
+  const char* failed = "SetBootStatus: Failed to mark success status for given csoId.";
+  if (id.instanceId.empty())
+    Execute(Sql::kConfirmDesired, KeyParams(id), conn, failed);
+  else
+    Execute(Sql::kConfirmDesiredInstance, InstanceParams(id), conn, failed);
 }
 
 void SetPartialBootStatusInternal(const ObjectPtr& partial, const SchemaPtr& schema,
@@ -63,18 +64,18 @@ void SetPartialBootStatusInternal(const ObjectPtr& partial, const SchemaPtr& sch
   if (IsNull(partial, "SetPartialBootStatusInternal")) return;
   const ConfigStoreObjectId id = partial->GetConfigStoreObjectId();
 
-  RowMap confirmedRow =
+  ConfigRow confirmedRow =
       ReadObjectRow(conn, DBStore::SqlStatement(Sql::kReadConfirmedUserValue), id);
-  ObjectPtr user = MakeLayerObject(id, schema, confirmedRow, "UserValue");
+  ObjectPtr user = MakeLayerObject(id, schema, confirmedRow, Layer::kUser);
   if (!user) {
-    // The row's UserValue is still unconfirmed: keep it as the value wanted.
-    if (!Execute(Sql::kCopyUserToDesired, InstanceParams(id), conn))
-      ThrowGeneral("Failed to copy user config to desired config for: " + id.toString());
+    // The row's user value is still unconfirmed: keep it as the value wanted.
+    Execute(Sql::kCopyUserToDesired, InstanceParams(id), conn,
+            "Failed to copy user config to desired config for: " + id.toString());
     return;
   }
 
-  RowMap desiredRow = ReadObjectRow(conn, DBStore::SqlStatement(Sql::kReadDesiredValue), id);
-  ObjectPtr desired = MakeLayerObject(id, schema, desiredRow, "DesiredValue");
+  ConfigRow desiredRow = ReadObjectRow(conn, DBStore::SqlStatement(Sql::kReadDesiredValue), id);
+  ObjectPtr desired = MakeLayerObject(id, schema, desiredRow, Layer::kDesired);
   if (!desired) ThrowGeneral("desired config is empty");
 
   std::shared_ptr<JsonDoc> listMembers = ImplOf(partial).GetIdMap();
@@ -85,12 +86,12 @@ void SetPartialBootStatusInternal(const ObjectPtr& partial, const SchemaPtr& sch
   UpdateConfigInternal(partial, user, listMembers);
   DBStore::SqlParams params = InstanceParams(id);
   params.push_back(DBStore::SqlParam::Text(ImplOf(user).GetSerializedData()));
-  if (!Execute(Sql::kConfirmPartialValue, params, conn))
-    ThrowGeneral("Database call to update configuration failed for: " + id.toString());
+  Execute(Sql::kConfirmPartialValue, params, conn,
+          "Database call to update configuration failed for: " + id.toString());
 
-  if (ValueOf(user) == ValueOf(desired) &&
-      !Execute(Sql::kClearDesiredValue, InstanceParams(id), conn))
-    ThrowGeneral("DeleteDesiredValue: Failed to delete DesiredValue for given csoId.");
+  if (ValueOf(user) == ValueOf(desired))
+    Execute(Sql::kClearDesiredValue, InstanceParams(id), conn,
+            "DeleteDesiredValue: Failed to delete DesiredValue for given csoId.");
 }
 
 }  // namespace CorvConfigStore

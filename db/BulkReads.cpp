@@ -5,33 +5,29 @@
 #include "core/Throw.h"
 #include "db/MergeConfig.h"
 #include "db/Statements.h"
-#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 
-BulkConfig GetBulkConfigInternal(const std::string& component, const std::string& group) {
+BulkConfig GetBulkConfigInternal(const std::string& component, const std::string& group,
+                                 const OperationContext& op) {
   Connection conn = DBStore::GetConnection(DBStore::CONFIG_STORE);
   if (!conn) ThrowGeneral("Failed to connect to database");
 
-  std::vector<RowMap> rows;
-  int status;
-  if (group.empty()) {
-    status = ReadRows(conn, DBStore::SqlStatement(Sql::kReadComponentRows),
-                      {DBStore::SqlParam::Text(component)}, rows);
-  } else {
-    status = ReadRows(conn, DBStore::SqlStatement(Sql::kReadGroupRows),
-                      {DBStore::SqlParam::Text(group), DBStore::SqlParam::Text(component)}, rows);
-  }
-  if (status == DBStore::kFailure) ThrowGeneral("Get all keys failed");
+  const char* failed = "Get all keys failed";
+  ConfigRows rows =
+      group.empty()
+          ? ReadRows(conn, DBStore::SqlStatement(Sql::kReadComponentRows),
+                     {DBStore::SqlParam::Text(component)}, failed)
+          : ReadRows(conn, DBStore::SqlStatement(Sql::kReadGroupRows),
+                     {DBStore::SqlParam::Text(group), DBStore::SqlParam::Text(component)}, failed);
 
-  auto cache = CorvSchemaStore::SchemaStore::GetCache();
   BulkConfig result;
-  for (const RowMap& row : rows) {
-    ConfigStoreObjectId id(RowText(row, "Name"),
-                           group.empty() ? RowText(row, "ConfigGroup") : group, component,
-                           RowText(row, "Identifier"));
-    SchemaPtr schema = cache->GetSchema(id.component, id.group, id.key);
-    ObjectPtr object = MergeRowLayers(id, schema, row, "AutoConfValue", RunTimeUserColumn(row));
+  for (const ConfigRow& row : rows) {
+    ConfigStoreObjectId id(row.name, group.empty() ? row.group : group, component,
+                           row.identifier);
+    SchemaPtr schema = op.Schema(id);
+    ObjectPtr object =
+        MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op));
     if (object) result[schema].push_back(*object);
   }
   return result;

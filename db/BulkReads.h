@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/Json.h"
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 
 namespace CorvConfigStore {
 
@@ -25,33 +25,36 @@ using BulkConfig = std::unordered_map<SchemaPtr, std::vector<ConfigStoreObject>>
 // own and without a transaction. Rows without any value are left out.
 // Throws ConfigStoreException 2000 "Failed to connect to database" when no
 // connection can be had and "Get all keys failed" when the read fails.
-BulkConfig GetBulkConfigInternal(const std::string& component, const std::string& group);
+BulkConfig GetBulkConfigInternal(const std::string& component, const std::string& group,
+                                 const OperationContext& op);
 
-// Raw rows of Config with column (a column name or an expression) listed as
-// Value, rows where it is NULL left out. Unless all is set, the plain
-// "UserValue" listing holds only rows whose Success is 1.
-RowList GetStoreContentsInternalST(const std::string& column, const Connection& conn, bool all);
+// Raw rows of Config (key, value layer kValue, auto-configuration layer,
+// version, times and revision) with column (a column name or an expression)
+// listed as the value, rows where it is NULL left out. Unless all is set,
+// the plain "UserValue" listing holds only rows whose Success is 1.
+ConfigRows GetStoreContentsInternalST(const std::string& column, const Connection& conn,
+                                      bool all);
 // Confirmed user values.
-RowList GetUserConfigContents(const Connection& conn);
-// Desired user values: the unconfirmed UserValue of rows whose Success is 0,
-// else DesiredValue.
-RowList GetDesiredUserConfigContents(const Connection& conn);
+ConfigRows GetUserConfigContents(const Connection& conn);
+// Desired user values: the unconfirmed user value of rows whose Success is
+// 0, else the desired value.
+ConfigRows GetDesiredUserConfigContents(const Connection& conn);
 
-// DefaultConfig rows (Value, Identifier, Version) of id's object, or of the
-// one instance id names.
-RowList GetDefaultUserConfigMapList(const ConfigStoreObjectId& id, const Connection& conn);
+// Default rows (value, identifier, version) of id's object, or of the one
+// instance id names.
+ConfigRows GetDefaultUserConfigMapList(const ConfigStoreObjectId& id, const Connection& conn);
 
-// Rows (Component, ConfigGroup, Name, Identifier, Value) of the objects
-// whose schema's value type is "corv-shared"; Value is the desired value
-// when the row has one, else the user value. The schema store is attached
-// for the read and detached again on every path.
-RowList GetSmartnicConfiguration(const Connection& conn);
+// Rows (key, identifier, value) of the objects whose schema's value type is
+// "corv-shared"; the value is the desired value when the row has one, else
+// the user value. The schema store is attached for the read and detached
+// again on every path.
+ConfigRows GetSmartnicConfiguration(const Connection& conn);
 
 // Groups raw rows by configuration: typeMap["component.group.key"] maps each
-// row's Identifier to its Value. Rows lacking one of these columns are
-// skipped.
+// row's identifier to its value. Rows that do not name their configuration
+// (no component or key) or hold no value are skipped.
 using ConfigTypeMap = std::map<std::string, std::map<std::string, std::string>>;
-void UpdateConfigTypeMap(ConfigTypeMap& typeMap, const RowList& rows);
+void UpdateConfigTypeMap(ConfigTypeMap& typeMap, const ConfigRows& rows);
 
 // Removes from objects every object whose value does not match the filter's
 // value; the kept objects keep their order. An empty (or null) filter keeps

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/Throw.h"
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 #include "db/WriteRows.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/InstanceIdFromValue.h"

@@ -18,20 +18,16 @@ void SetKernelOptionsInternal(const ObjectPtr& object, const SchemaPtr& schema,
   DBStore::SqlParams layers = LayerPartParams(object, schema);
   params.push_back(layers[0]);
   params.push_back(layers[1]);
-  if (DBStore::ExecuteStmt(conn, DBStore::SqlStatement(Sql::kWriteKernelOptions), params, nullptr,
-                           kStmtTimeLimit) != DBStore::kSuccess)
-    ThrowGeneral("Database call to update Kernel options configuration failed for: " +
-                 id.toString());
+  ExecuteWrite(conn, DBStore::SqlStatement(Sql::kWriteKernelOptions), params,
+               "Database call to update Kernel options configuration failed for: " + id.toString());
 }
 
 ObjectPtr GetKernelOptionsInternal(const ConfigStoreObjectId& id, const Connection& conn,
                                    const SchemaPtr& schema) {
   DBStore::SqlStatement statement(IsRemediating(conn) ? Sql::kReadKernelOptionsRemediation
                                                       : Sql::kReadKernelOptions);
-  RowMap row;
-  if (ReadRow(conn, statement, {}, row) == DBStore::kFailure)
-    ThrowGeneral("Get failed: " + id.toString());
-  return MergeRowLayers(id, schema, row, "Value", nullptr);
+  ConfigRow row = ReadRow(conn, statement, {}, "Get failed: " + id.toString());
+  return MergeRowLayers(id, schema, row, Layer::kValue, Layer::kNone);
 }
 
 }  // namespace CorvConfigStore

@@ -19,12 +19,11 @@ ObjectPtr MergeConfig(ObjectPtr base, const ObjectPtr& a, const ObjectPtr& b, co
   return base;
 }
 
-ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema, const RowMap& row,
-                         const char* mainColumn, const char* userColumn) {
-  return MergeConfig(MakeLayerObject(id, schema, row, "VitalValue"),
-                     MakeLayerObject(id, schema, row, "CachedValue"),
-                     MakeLayerObject(id, schema, row, mainColumn),
-                     MakeLayerObject(id, schema, row, userColumn));
+ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                         const ConfigRow& row, Layer main, Layer user) {
+  return MergeConfig(MakeLayerObject(id, schema, row, Layer::kVital),
+                     MakeLayerObject(id, schema, row, Layer::kCached),
+                     MakeLayerObject(id, schema, row, main), MakeLayerObject(id, schema, row, user));
 }
 
 }  // namespace CorvConfigStore

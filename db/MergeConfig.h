@@ -1,7 +1,7 @@
 // The merge of a row's value layers into the one object a read returns.
 #pragma once
 
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 
 namespace CorvConfigStore {
 
@@ -11,10 +11,9 @@ namespace CorvConfigStore {
 // and when all are empty the result is empty.
 ObjectPtr MergeConfig(ObjectPtr base, const ObjectPtr& a, const ObjectPtr& b, const ObjectPtr& c);
 
-// The object of one row: the VitalValue layer as base, then CachedValue,
-// mainColumn and userColumn (either may be null: no such layer) merged over
-// it.
-ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema, const RowMap& row,
-                         const char* mainColumn, const char* userColumn);
+// The object of one row: the vital layer as base, then the cached layer,
+// main and user (either may be Layer::kNone) merged over it.
+ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                         const ConfigRow& row, Layer main, Layer user);
 
 }  // namespace CorvConfigStore

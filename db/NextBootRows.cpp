@@ -11,6 +11,7 @@
 #include "db/Statements.h"
 #include "db/WriteRows.h"
 #include "schema/SchemaStore.h"
+#include "sqlite/DBError.h"
 
 namespace CorvConfigStore {
 
@@ -22,14 +23,13 @@ namespace {
 
 void MarkNextBootPending(const Connection& conn) {
   if (DBStore::WriteKeyValue(conn, kBootModeKey, kBootModePending) != DBStore::kSuccess)
-    ThrowGeneral("Failed to write BootMode to database.");
+    DBStore::ThrowFailure(conn, "Failed to write BootMode to database.");
 }
 
 // Removes every next-boot row of id's type, with no guard of its own.
 void DeleteNextBootRows(const ConfigStoreObjectId& id, const Connection& conn) {
-  if (DBStore::ExecuteStmt(conn, DBStore::SqlStatement(Sql::kDeleteNextBootRows), KeyParams(id),
-                           nullptr, kStmtTimeLimit) != DBStore::kSuccess)
-    ThrowGeneral("Failed to clear RebootRequired config for csoId: " + id.toString());
+  ExecuteWrite(conn, DBStore::SqlStatement(Sql::kDeleteNextBootRows), KeyParams(id),
+               "Failed to clear RebootRequired config for csoId: " + id.toString());
 }
 
 void StoreNextBootValue(const ObjectPtr& object, const SchemaPtr& schema, const Connection& conn) {
@@ -37,9 +37,8 @@ void StoreNextBootValue(const ObjectPtr& object, const SchemaPtr& schema, const 
       NumberedParams(object->GetConfigStoreObjectId(), object->GetVersion());
   for (const DBStore::SqlParam& layer : LayerPartParams(object, schema)) params.push_back(layer);
   params.push_back(DBStore::SqlParam::Text("SET"));
-  if (DBStore::ExecuteStmt(conn, DBStore::SqlStatement(Sql::kStoreNextBootValue), params, nullptr,
-                           kStmtTimeLimit) != DBStore::kSuccess)
-    ThrowGeneral("Failed to update reboot-required configuraition.");
+  ExecuteWrite(conn, DBStore::SqlStatement(Sql::kStoreNextBootValue), params,
+               "Failed to update reboot-required configuraition.");
 }
 
 void StoreNextBootDeletion(const ConfigStoreObjectId& id, const SchemaPtr& schema,
@@ -48,14 +47,13 @@ void StoreNextBootDeletion(const ConfigStoreObjectId& id, const SchemaPtr& schem
   DBStore::SqlParams params = NumberedParams(id, schema->GetVersion());
   params.push_back(
       DBStore::SqlParam::Text(schema->IsInstanceForm() ? "DELETE_INSTANCE" : "DELETE"));
-  if (DBStore::ExecuteStmt(conn, DBStore::SqlStatement(Sql::kStoreNextBootDeletion), params,
-                           nullptr, kStmtTimeLimit) != DBStore::kSuccess)
-    ThrowGeneral("Failed to delete reboot-required configuraition.");
+  ExecuteWrite(conn, DBStore::SqlStatement(Sql::kStoreNextBootDeletion), params,
+               "Failed to delete reboot-required configuraition.");
 }
 
 ObjectPtr BuildNextBootObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                              const RowMap& row) {
-  return MergeRowLayers(id, schema, row, "UserValue", nullptr);
+                              const ConfigRow& row) {
+  return MergeRowLayers(id, schema, row, Layer::kUser, Layer::kNone);
 }
 
 }  // namespace
@@ -63,7 +61,7 @@ ObjectPtr BuildNextBootObject(const ConfigStoreObjectId& id, const SchemaPtr& sc
 bool IsRemediating(const Connection& conn) {
   std::string mode;
   if (DBStore::ReadKeyValue(conn, kBootModeKey, mode) != DBStore::kSuccess)
-    ThrowGeneral("Failed to read value from database.");
+    DBStore::ThrowFailure(conn, "Failed to read value from database.");
   return mode == kBootModeRemediation;
 }
 
@@ -100,10 +98,12 @@ void DeleteRebootRequiredConfigInternal(const ConfigStoreObjectId& id, const Sch
 }
 
 void DeleteRebootRequiredConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
-                                                 const SchemaPtr& schema, const Connection& conn) {
+                                                 const SchemaPtr& schema,
+                                                 const OperationContext& op,
+                                                 const Connection& conn) {
   if (IsNull(filter, "DeleteRebootRequiredConfigInstancesInternal")) return;
   CheckNotRemediating(conn);
-  for (const ObjectPtr& object : GetConfigInstancesInternal(filter, conn, schema))
+  for (const ObjectPtr& object : GetConfigInstancesInternal(filter, conn, schema, op))
     StoreNextBootDeletion(object->GetConfigStoreObjectId(), schema, conn);
   MarkNextBootPending(conn);
 }
@@ -131,9 +131,8 @@ ObjectList GetRebootRequiredConfigInstancesInternal(const std::shared_ptr<Filter
       objects.push_back(object);
   } else {
     DBStore::SqlStatement statement(Sql::kReadNextBootValues);
-    for (const RowMap& row : ReadInstanceRows(conn, statement, id)) {
-      ObjectPtr object =
-          BuildNextBootObject(WithInstanceId(id, RowText(row, "Identifier")), schema, row);
+    for (const ConfigRow& row : ReadInstanceRows(conn, statement, id)) {
+      ObjectPtr object = BuildNextBootObject(WithInstanceId(id, row.identifier), schema, row);
       if (object) objects.push_back(object);
     }
   }

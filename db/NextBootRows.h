@@ -6,7 +6,7 @@
 
 #include <corvconfigstore/FilterSpecObject.h>
 
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 
 namespace CorvConfigStore {
 
@@ -36,9 +36,12 @@ void SetRebootRequiredConfigInstancesInternal(const ObjectList& objects, const S
 // configuraition." when the store fails.
 void DeleteRebootRequiredConfigInternal(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                                         const Connection& conn);
-// Stores a next-boot deletion for every current instance the filter selects.
+// Stores a next-boot deletion for every current instance the filter selects
+// (read as op sees them).
 void DeleteRebootRequiredConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
-                                                 const SchemaPtr& schema, const Connection& conn);
+                                                 const SchemaPtr& schema,
+                                                 const OperationContext& op,
+                                                 const Connection& conn);
 // Removes every next-boot row of id's type; leaves "BOOT_MODE" alone. Throws
 // 2000 "Failed to clear RebootRequired config for csoId: <id>".
 void ClearRebootRequiredConfigInstances(const ConfigStoreObjectId& id, const SchemaPtr& schema,

@@ -12,9 +12,9 @@ namespace CorvConfigStore {
 namespace {
 
 // The default row of one instance; a missing row is logged, not an error.
-bool ReadDefaultRow(const ConfigStoreObjectId& id, const Connection& conn, RowMap& row) {
+bool ReadDefaultRow(const ConfigStoreObjectId& id, const Connection& conn, ConfigRow& row) {
   row = ReadObjectRow(conn, GET_DEFAULT_INSTANCE, id);
-  if (!row.empty()) return true;
+  if (row.found) return true;
   CSLogger::Log(0, "Object not found: %s", id.toString().c_str());
   return false;
 }
@@ -29,8 +29,8 @@ ObjectList ReadDefaultInstances(const ConfigStoreObjectId& id, const Connection&
     return objects;
   }
   DBStore::SqlStatement statement(Sql::kReadDefaultInstances);
-  for (const RowMap& row : ReadInstanceRows(conn, statement, id)) {
-    ObjectPtr object = read(WithInstanceId(id, RowText(row, "Identifier")), conn, schema);
+  for (const ConfigRow& row : ReadInstanceRows(conn, statement, id)) {
+    ObjectPtr object = read(WithInstanceId(id, row.identifier), conn, schema);
     if (object) objects.push_back(object);
   }
   return objects;
@@ -40,16 +40,16 @@ ObjectList ReadDefaultInstances(const ConfigStoreObjectId& id, const Connection&
 
 ObjectPtr GetDefaultConfigInternal(const ConfigStoreObjectId& id, const Connection& conn,
                                    const SchemaPtr& schema) {
-  RowMap row;
+  ConfigRow row;
   if (!ReadDefaultRow(id, conn, row)) return nullptr;
-  return MergeRowLayers(id, schema, row, "Value", nullptr);
+  return MergeRowLayers(id, schema, row, Layer::kValue, Layer::kNone);
 }
 
 ObjectPtr GetDefaultUserConfigInternal(const ConfigStoreObjectId& id, const Connection& conn,
                                        const SchemaPtr& schema) {
-  RowMap row;
+  ConfigRow row;
   if (!ReadDefaultRow(id, conn, row)) return nullptr;
-  return MakeLayerObject(id, schema, row, "Value");
+  return MakeLayerObject(id, schema, row, Layer::kValue);
 }
 
 ObjectList GetDefaultConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,

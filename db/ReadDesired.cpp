@@ -9,9 +9,9 @@ namespace CorvConfigStore {
 namespace {
 
 ObjectPtr BuildDesiredObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                             const RowMap& row, FLAG flag) {
-  if (flag != FLAG_WITH_VITAL_CACHED) return MakeLayerObject(id, schema, row, "Value");
-  return MergeRowLayers(id, schema, row, "Value", nullptr);
+                             const ConfigRow& row, FLAG flag) {
+  if (flag != FLAG_WITH_VITAL_CACHED) return MakeLayerObject(id, schema, row, Layer::kValue);
+  return MergeRowLayers(id, schema, row, Layer::kValue, Layer::kNone);
 }
 
 }  // namespace
@@ -30,9 +30,8 @@ ObjectList GetDesiredUserConfigInstancesInternal(const ConfigStoreObjectId& id,
                                       ? Sql::kReadDesiredInstancesAllLayers
                                       : Sql::kReadDesiredInstancesUser);
   ObjectList objects;
-  for (const RowMap& row : ReadInstanceRows(conn, statement, id)) {
-    ObjectPtr object =
-        BuildDesiredObject(WithInstanceId(id, RowText(row, "Identifier")), schema, row, flag);
+  for (const ConfigRow& row : ReadInstanceRows(conn, statement, id)) {
+    ObjectPtr object = BuildDesiredObject(WithInstanceId(id, row.identifier), schema, row, flag);
     if (object) objects.push_back(object);
   }
   return objects;

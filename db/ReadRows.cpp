@@ -2,9 +2,6 @@
 // context, every instance of an object, and the auto-configuration view.
 #include "db/ReadRows.h"
 
-#include <corvconfigstore/KeyValue.h>
-#include <corvconfigstore/UpgradeContext.h>
-
 #include "core/Checks.h"
 #include "db/BulkReads.h"
 #include "db/MergeConfig.h"
@@ -12,38 +9,61 @@
 
 namespace CorvConfigStore {
 
+namespace {
+
+// The layer a caller reads its own view from.
+Layer CallerLayer(const ConfigRow& row, USERDATA_CONTEXT context, bool duringBoot,
+                  const OperationContext& op) {
+  if (context != EXTERNAL) return Layer::kAutoConf;
+  return duringBoot ? ConfirmedUserLayer(row) : RunTimeUserLayer(row, op);
+}
+
+ObjectPtr MergeCurrent(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                       const ConfigRow& row, const OperationContext& op) {
+  return MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op));
+}
+
+}  // namespace
+
 ObjectPtr GetInternal(const ConfigStoreObjectId& id, const Connection& conn,
-                      const SchemaPtr& schema) {
-  RowMap row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
-  return MergeRowLayers(id, schema, row, "AutoConfValue", RunTimeUserColumn(row));
+                      const SchemaPtr& schema, const OperationContext& op) {
+  return MergeCurrent(id, schema, ReadObjectRow(conn, READ_TABLE_CONFIG, id), op);
 }
 
 ObjectPtr GetConfigByBootAndContext(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                                    USERDATA_CONTEXT context, const Connection& conn) {
-  bool duringBoot = GetUpgradeCtx() == 0 && IsBoot();
-  RowMap row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
-  const char* main;
-  if (context != EXTERNAL)
-    main = "AutoConfValue";
-  else if (duringBoot)
-    main = ConfirmedUserColumn(row);
-  else
-    main = RunTimeUserColumn(row);
-  return MergeRowLayers(id, schema, row, main, nullptr);
+                                    USERDATA_CONTEXT context, const OperationContext& op,
+                                    const Connection& conn) {
+  // The phase is settled before the row is read, whichever layer is wanted.
+  const bool duringBoot = op.DuringBoot();
+  ConfigRow row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
+  return MergeRowLayers(id, schema, row, CallerLayer(row, context, duringBoot, op), Layer::kNone);
+}
+
+StoredObject GetForUpdateInternal(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                                  USERDATA_CONTEXT context, const OperationContext& op,
+                                  const Connection& conn) {
+  const bool duringBoot = op.DuringBoot();
+  ConfigRow row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
+  // Each view merges into layer objects of its own, so the two never share
+  // a document.
+  StoredObject stored;
+  stored.current = MergeCurrent(id, schema, row, op);
+  stored.callerView =
+      MergeRowLayers(id, schema, row, CallerLayer(row, context, duringBoot, op), Layer::kNone);
+  return stored;
 }
 
 ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
-                                      const Connection& conn, const SchemaPtr& schema) {
+                                      const Connection& conn, const SchemaPtr& schema,
+                                      const OperationContext& op) {
   if (IsNull(filter, "GetConfigInstancesInternal")) return {};
   ConfigStoreObjectId id = filter->GetConfigStoreObjectId();
   ObjectList objects;
   if (!id.instanceId.empty()) {
-    if (ObjectPtr object = GetInternal(id, conn, schema)) objects.push_back(object);
+    if (ObjectPtr object = GetInternal(id, conn, schema, op)) objects.push_back(object);
   } else {
-    for (const RowMap& row : ReadInstanceRows(conn, GET_INSTANCES, id)) {
-      ConfigStoreObjectId instance = WithInstanceId(id, RowText(row, "Identifier"));
-      ObjectPtr object =
-          MergeRowLayers(instance, schema, row, "AutoConfValue", RunTimeUserColumn(row));
+    for (const ConfigRow& row : ReadInstanceRows(conn, GET_INSTANCES, id)) {
+      ObjectPtr object = MergeCurrent(WithInstanceId(id, row.identifier), schema, row, op);
       if (object) objects.push_back(object);
     }
   }
@@ -51,19 +71,44 @@ ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& f
   return objects;
 }
 
+std::vector<std::string> GetInstanceIdsInternal(const ConfigStoreObjectId& id,
+                                                const Connection& conn) {
+  std::vector<std::string> ids;
+  for (const ConfigRow& row : ReadRows(conn, DBStore::SqlStatement(Sql::kReadInstanceIds),
+                                       KeyParams(id), "GetInstanceIds failed"))
+    ids.push_back(row.identifier);
+  return ids;
+}
+
+int GetRevisionInternal(const ConfigStoreObjectId& id, const Connection& conn) {
+  return ReadRow(conn, DBStore::SqlStatement(Sql::kReadRevision), InstanceParams(id),
+                 "GetRevision command failed")
+      .revision;
+}
+
+std::vector<RevisionInfo> GetRevisionsInternal(const ConfigStoreObjectId& id,
+                                               const Connection& conn) {
+  const bool oneInstance = !id.instanceId.empty();
+  std::vector<RevisionInfo> revisions;
+  for (const ConfigRow& row :
+       ReadRows(conn, DBStore::SqlStatement(oneInstance ? Sql::kReadRevision : Sql::kReadRevisions),
+                oneInstance ? InstanceParams(id) : KeyParams(id), "GetRevision command failed"))
+    revisions.push_back(RevisionInfo{row.identifier, row.revision});
+  return revisions;
+}
+
 ObjectPtr GetCurrentConfigInternal(const ConfigStoreObjectId& id, const Connection& conn,
                                    const SchemaPtr& schema) {
-  RowMap row = ReadObjectRow(conn, READ_TABLE_USER_AUTO_CONFIG, id);
-  return MergeConfig(MakeLayerObject(id, schema, row, "AutoConfValue"),
-                     MakeLayerObject(id, schema, row, ConfirmedUserColumn(row)), nullptr, nullptr);
+  ConfigRow row = ReadObjectRow(conn, READ_TABLE_USER_AUTO_CONFIG, id);
+  return MergeConfig(MakeLayerObject(id, schema, row, Layer::kAutoConf),
+                     MakeLayerObject(id, schema, row, ConfirmedUserLayer(row)), nullptr, nullptr);
 }
 
 ObjectList GetCurrentConfigInstancesInternal(const ConfigStoreObjectId& id, const Connection& conn,
                                              const SchemaPtr& schema) {
   ObjectList objects;
-  for (const RowMap& row : ReadInstanceRows(conn, GET_INSTANCES, id)) {
-    ObjectPtr object =
-        GetCurrentConfigInternal(WithInstanceId(id, RowText(row, "Identifier")), conn, schema);
+  for (const ConfigRow& row : ReadInstanceRows(conn, GET_INSTANCES, id)) {
+    ObjectPtr object = GetCurrentConfigInternal(WithInstanceId(id, row.identifier), conn, schema);
     if (object) objects.push_back(object);
   }
   return objects;

@@ -6,27 +6,52 @@
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/Types.h>
 
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 
 namespace CorvConfigStore {
 
 // The current object of one row: vital, cached, auto-configuration and the
-// run-time user value (RunTimeUserColumn) merged in that order.
+// run-time user value (RunTimeUserLayer) merged in that order.
 ObjectPtr GetInternal(const ConfigStoreObjectId& id, const Connection& conn,
-                      const SchemaPtr& schema);
+                      const SchemaPtr& schema, const OperationContext& op);
 
 // The current object for a caller: the auto-configuration layer for any
-// context but EXTERNAL; for EXTERNAL during boot (no upgrade in progress and
-// IsBoot()) the confirmed user value, otherwise the run-time user value.
-// The vital and cached layers are merged in as in GetInternal.
+// context but EXTERNAL; for EXTERNAL during boot (op.DuringBoot()) the
+// confirmed user value, otherwise the run-time user value. The vital and
+// cached layers are merged in as in GetInternal.
 ObjectPtr GetConfigByBootAndContext(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                                    USERDATA_CONTEXT context, const Connection& conn);
+                                    USERDATA_CONTEXT context, const OperationContext& op,
+                                    const Connection& conn);
+
+// What an update starts from, from one read of the row: the current object
+// (as GetInternal builds it) and the caller's own view of the row (as
+// GetConfigByBootAndContext builds it); both empty when there is no row.
+struct StoredObject {
+  ObjectPtr current;
+  ObjectPtr callerView;
+};
+StoredObject GetForUpdateInternal(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                                  USERDATA_CONTEXT context, const OperationContext& op,
+                                  const Connection& conn);
 
 // Every instance of the filter's object built as in GetInternal (only the
 // one its identifier names, when it names one), narrowed by the filter's
 // value.
 ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
-                                      const Connection& conn, const SchemaPtr& schema);
+                                      const Connection& conn, const SchemaPtr& schema,
+                                      const OperationContext& op);
+
+// The instance ids of id's key, in row order. Throws ConfigStoreException
+// 2000 "GetInstanceIds failed" when the read fails.
+std::vector<std::string> GetInstanceIdsInternal(const ConfigStoreObjectId& id,
+                                                const Connection& conn);
+// The revision of the one row of id; kDefaultRevision when there is none.
+// Throws ConfigStoreException 2000 "GetRevision command failed".
+int GetRevisionInternal(const ConfigStoreObjectId& id, const Connection& conn);
+// The revision of every instance of id's key, or of the one instance id
+// names; failures as GetRevisionInternal.
+std::vector<RevisionInfo> GetRevisionsInternal(const ConfigStoreObjectId& id,
+                                               const Connection& conn);
 
 // The auto-configuration layer with the confirmed user value merged over it;
 // no vital or cached layers.

@@ -5,13 +5,14 @@
 #include "core/Throw.h"
 #include "db/BulkReads.h"
 #include "db/Statements.h"
+#include "sqlite/DBError.h"
 
 namespace CorvConfigStore {
 
-RowList GetSmartnicConfiguration(const Connection& conn) {
+ConfigRows GetSmartnicConfiguration(const Connection& conn) {
   if (DBStore::AttachSchemaStore(conn) != DBStore::kSuccess)
-    ThrowGeneral("Failed to attach schema store");
-  RowList rows;
+    DBStore::ThrowFailure(conn, "Failed to attach schema store");
+  ConfigRows rows;
   try {
     rows = CollectRows(conn, DBStore::SqlStatement(Sql::kReadSmartnicRows), {});
   } catch (...) {
@@ -22,7 +23,7 @@ RowList GetSmartnicConfiguration(const Connection& conn) {
     throw;
   }
   if (DBStore::DetachSchemaStore(conn) != DBStore::kSuccess)
-    ThrowGeneral("Failed to detach schema store");
+    DBStore::ThrowFailure(conn, "Failed to detach schema store");
   return rows;
 }
 

@@ -9,7 +9,8 @@
 
 namespace CorvConfigStore {
 
-RowList GetStoreContentsInternalST(const std::string& column, const Connection& conn, bool all) {
+ConfigRows GetStoreContentsInternalST(const std::string& column, const Connection& conn,
+                                      bool all) {
   const char* text =
       !all && column == "UserValue" ? Sql::kReadConfirmedStoreContents : Sql::kReadStoreContents;
   char* expanded = nullptr;
@@ -23,31 +24,26 @@ RowList GetStoreContentsInternalST(const std::string& column, const Connection& 
   return CollectRows(conn, statement, {});
 }
 
-RowList GetUserConfigContents(const Connection& conn) {
+ConfigRows GetUserConfigContents(const Connection& conn) {
   return GetStoreContentsInternalST("UserValue", conn, false);
 }
 
-RowList GetDesiredUserConfigContents(const Connection& conn) {
+ConfigRows GetDesiredUserConfigContents(const Connection& conn) {
   return GetStoreContentsInternalST("CASE Success WHEN 0 THEN UserValue ELSE DesiredValue END",
                                     conn, false);
 }
 
-RowList GetDefaultUserConfigMapList(const ConfigStoreObjectId& id, const Connection& conn) {
+ConfigRows GetDefaultUserConfigMapList(const ConfigStoreObjectId& id, const Connection& conn) {
   if (id.instanceId.empty())
     return CollectRows(conn, DBStore::SqlStatement(Sql::kReadDefaultRows), KeyParams(id));
   return CollectRows(conn, DBStore::SqlStatement(Sql::kReadDefaultRow), InstanceParams(id));
 }
 
-void UpdateConfigTypeMap(ConfigTypeMap& typeMap, const RowList& rows) {
-  if (!rows) return;
-  for (const auto& row : *rows) {
-    auto component = row->find("Component"), group = row->find("ConfigGroup"),
-         name = row->find("Name"), identifier = row->find("Identifier"), value = row->find("Value");
-    if (component == row->end() || group == row->end() || name == row->end() ||
-        identifier == row->end() || value == row->end())
-      continue;
-    std::string type = component->second + "." + group->second + "." + name->second;
-    typeMap[type][identifier->second] = value->second;
+void UpdateConfigTypeMap(ConfigTypeMap& typeMap, const ConfigRows& rows) {
+  for (const ConfigRow& row : rows) {
+    if (row.component.empty() || row.name.empty() || !row.Has(Layer::kValue)) continue;
+    typeMap[row.component + "." + row.group + "." + row.name][row.identifier] =
+        *row.Get(Layer::kValue);
   }
 }
 

@@ -12,10 +12,9 @@ namespace {
 
 void Run(const char* text, const DBStore::SqlParams& params, const ObjectPtr& object,
          const Connection& conn) {
-  if (DBStore::ExecuteStmt(conn, DBStore::SqlStatement(text), params, nullptr, kStmtTimeLimit) !=
-      DBStore::kSuccess)
-    ThrowGeneral("Database call to update configuration by context failed for: " +
-                 object->GetConfigStoreObjectId().toString());
+  ExecuteWrite(conn, DBStore::SqlStatement(text), params,
+               "Database call to update configuration by context failed for: " +
+                   object->GetConfigStoreObjectId().toString());
 }
 
 }  // namespace

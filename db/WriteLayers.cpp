@@ -1,8 +1,6 @@
 // Writers of Config rows by value layer: the user layer, the cached, vital
 // and auto-configuration layers, all layers at once, and the split writes
 // behind Set.
-#include <corvconfigstore/UpgradeContext.h>
-
 #include "core/Checks.h"
 #include "core/Throw.h"
 #include "db/Statements.h"
@@ -32,47 +30,39 @@ void WriteLayerInstances(const char* operation, const char* text, const ObjectLi
     if (IsNull(object, operation)) continue;
     DBStore::SqlParams params = ObjectParams(object);
     params.push_back(LayerParam(object));
-    if (DBStore::ExecuteStmt(conn, statement, params, nullptr, kStmtTimeLimit) != DBStore::kSuccess)
-      ThrowGeneral("Write config instances failed");
+    ExecuteWrite(conn, statement, params, "Write config instances failed");
   }
 }
 
-std::string ColumnText(const ColumnMap& columns, const char* name) {
-  auto found = columns.find(name);
-  return found == columns.end() ? std::string() : found->second;
-}
-
-// The column map of one object split into its layers.
-ColumnMap SplitColumns(const ObjectPtr& object,
-                       const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
-                       USERDATA_CONTEXT context) {
+// The layers of one object as a complete write stores them.
+RowLayers SplitRow(const ObjectPtr& object, USERDATA_CONTEXT context, const OperationContext& op) {
   const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
-  SchemaPtr schema = cache->GetSchema(id.component, id.group, id.key);
+  SchemaPtr schema = op.Schema(id);
   if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
   LayerParts parts = SplitLayers(object, schema);
   auto text = [](const ObjectPtr& part) {
     return part ? ImplOf(part).GetSerializedData() : std::string();
   };
-  ColumnMap columns;
-  columns[context == INTERNAL ? "AutoConfValue" : "UserValue"] = text(parts.user);
-  columns["VitalValue"] = text(parts.vital);
-  columns["CachedValue"] = text(parts.cached);
-  columns["Version"] = object->GetVersion();
-  return columns;
+  RowLayers row;
+  (context == INTERNAL ? row.autoConf : row.user) = text(parts.user);
+  row.vital = text(parts.vital);
+  row.cached = text(parts.cached);
+  row.version = object->GetVersion();
+  return row;
 }
 
 }  // namespace
 
-void WriteUserConfigInstances(const ObjectList& objects, const Connection& conn, bool success) {
-  int flag = GetUpgradeCtx() == 2 ? (success ? 1 : 0) : 1;
+void WriteUserConfigInstances(const ObjectList& objects, const Connection& conn, bool success,
+                              const OperationContext& op) {
+  int flag = op.Upgrade() == 2 ? (success ? 1 : 0) : 1;
   DBStore::SqlStatement statement(Sql::kWriteUserLayer);
   for (const ObjectPtr& object : objects) {
     if (IsNull(object, "WriteUserConfigInstances")) continue;
     DBStore::SqlParams params = ObjectParams(object);
     params.push_back(DBStore::SqlParam::Int(flag));
     params.push_back(LayerParam(object));
-    if (DBStore::ExecuteStmt(conn, statement, params, nullptr, kStmtTimeLimit) != DBStore::kSuccess)
-      ThrowGeneral("Write user data failed");
+    ExecuteWrite(conn, statement, params, "Write user data failed");
   }
 }
 
@@ -88,42 +78,39 @@ void WriteAutoConfConfigInstances(const ObjectList& objects, const Connection& c
   WriteLayerInstances("WriteAutoConfConfigInstances", Sql::kWriteAutoConfLayer, objects, conn);
 }
 
-void WriteCompleteConfigInstances(const ColumnMapsById& columns, const Connection& conn) {
-  auto cache = CorvSchemaStore::SchemaStore::GetCache();
+void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationContext& op,
+                                  const Connection& conn) {
   DBStore::SqlStatement statement(Sql::kWriteAllLayers);
   // Once an entry is written unconfirmed, so are the later ones of the call.
   int success = 1;
-  for (const auto& entry : columns) {
+  for (const auto& entry : rows) {
     const ConfigStoreObjectId& id = entry.first;
-    SchemaPtr schema = cache->GetSchema(id.component, id.group, id.key);
+    const RowLayers& row = entry.second;
+    SchemaPtr schema = op.Schema(id);
     if (!schema)
       ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
-    if (GetUpgradeCtx() == 2 && !schema->ApplyDuringUpgrade()) success = 0;
-    std::string version = ColumnText(entry.second, "Version");
+    if (op.Upgrade() == 2 && !schema->ApplyDuringUpgrade()) success = 0;
     DBStore::SqlParams params =
-        NumberedParams(id, version.empty() ? schema->GetVersion() : version);
+        NumberedParams(id, row.version.empty() ? schema->GetVersion() : row.version);
     params.push_back(DBStore::SqlParam::Int(success));
-    for (const char* column : {"AutoConfValue", "UserValue", "VitalValue", "CachedValue"})
-      params.push_back(TextOrNull(ColumnText(entry.second, column)));
-    if (DBStore::ExecuteStmt(conn, statement, params, nullptr, kStmtTimeLimit) != DBStore::kSuccess)
-      ThrowGeneral("WriteComplete failed");
+    for (const std::string* layer : {&row.autoConf, &row.user, &row.vital, &row.cached})
+      params.push_back(TextOrNull(*layer));
+    ExecuteWrite(conn, statement, params, "WriteComplete failed");
   }
 }
 
-void SetInternal(const ObjectPtr& object,
-                 const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
-                 USERDATA_CONTEXT context, const Connection& conn) {
-  SetInstancesInternal({object}, context, cache, conn);
+void SetInternal(const ObjectPtr& object, USERDATA_CONTEXT context, const OperationContext& op,
+                 const Connection& conn) {
+  SetInstancesInternal({object}, context, op, conn);
 }
 
 void SetInstancesInternal(const ObjectList& objects, USERDATA_CONTEXT context,
-                          const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
-                          const Connection& conn) {
-  ColumnMapsById columns;
+                          const OperationContext& op, const Connection& conn) {
+  RowLayersById rows;
   for (const ObjectPtr& object : objects)
     if (!IsNull(object, "SetInstancesInternal"))
-      columns[object->GetConfigStoreObjectId()] = SplitColumns(object, cache, context);
-  WriteCompleteConfigInstances(columns, conn);
+      rows[object->GetConfigStoreObjectId()] = SplitRow(object, context, op);
+  WriteCompleteConfigInstances(rows, op, conn);
 }
 
 }  // namespace CorvConfigStore

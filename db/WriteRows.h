@@ -8,23 +8,27 @@
 #include <string>
 #include <unordered_map>
 
-#include "db/RowMap.h"
-
-namespace CorvSchemaStore {
-class SchemaObjectCache;
-}
+#include "db/ConfigRow.h"
 
 namespace CorvConfigStore {
 
-// Column name ("UserValue", "AutoConfValue", "VitalValue", "CachedValue",
-// optionally "Version") to text, per object.
-using ColumnMap = std::unordered_map<std::string, std::string>;
-using ColumnMapsById = std::unordered_map<ConfigStoreObjectId, ColumnMap>;
+// The value layers one complete write stores in a row; an empty text is
+// stored as NULL. An empty version stands for the schema's.
+struct RowLayers {
+  std::string user;
+  std::string autoConf;
+  std::string vital;
+  std::string cached;
+  std::string version;
+};
+using RowLayersById = std::unordered_map<ConfigStoreObjectId, RowLayers>;
 
-// Each object's value (bound NULL when empty) becomes the row's user value
-// with Success 1 (with the upgrade context 2: success); DesiredValue becomes
-// NULL, the other layers are kept. Throws 2000 "Write user data failed".
-void WriteUserConfigInstances(const ObjectList& objects, const Connection& conn, bool success);
+// Each object's value (bound NULL when empty) becomes the row's user value,
+// confirmed (while op's upgrade context is 2: confirmed when success is
+// set); the desired value becomes NULL, the other layers are kept. Throws
+// 2000 "Write user data failed".
+void WriteUserConfigInstances(const ObjectList& objects, const Connection& conn, bool success,
+                              const OperationContext& op);
 
 // Each object's value becomes the row's cached, vital or auto-configuration
 // layer; every other column is kept (Success 1 for a new row). Throw 2000
@@ -33,12 +37,12 @@ void WriteCachedConfigInstances(const ObjectList& objects, const Connection& con
 void WriteVitalConfigInstances(const ObjectList& objects, const Connection& conn);
 void WriteAutoConfConfigInstances(const ObjectList& objects, const Connection& conn);
 
-// Writes every layer of each row at once; DesiredValue becomes NULL. The
-// version is the column map's "Version", else the schema's. In upgrade
-// context 2 a schema that does not apply during upgrades turns Success to 0
-// for its entry and every later one. Throws 1037 for an entry without
-// schema and 2000 "WriteComplete failed" when a write fails.
-void WriteCompleteConfigInstances(const ColumnMapsById& columns, const Connection& conn);
+// Writes every layer of each row at once; the desired value becomes NULL.
+// In op's upgrade context 2 a schema that does not apply during upgrades
+// writes its entry, and every later one, unconfirmed. Throws 1037 for an
+// entry without schema and 2000 "WriteComplete failed" when a write fails.
+void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationContext& op,
+                                  const Connection& conn);
 
 // The layers of an object divided by the schema's "vital" and "cached"
 // tags; each is empty when the object has nothing of that layer.
@@ -53,14 +57,13 @@ LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema);
 DBStore::SqlParams LayerPartParams(const ObjectPtr& object, const SchemaPtr& schema);
 
 // Splits each object into its layers and writes all of them with
-// WriteCompleteConfigInstances; the user part goes to AutoConfValue for an
-// INTERNAL caller. Throws 1037 when the cache has no schema for an object.
-void SetInternal(const ObjectPtr& object,
-                 const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
-                 USERDATA_CONTEXT context, const Connection& conn);
+// WriteCompleteConfigInstances; the user part goes to the auto-configuration
+// layer for an INTERNAL caller. Throws 1037 when op's schema cache has no
+// schema for an object.
+void SetInternal(const ObjectPtr& object, USERDATA_CONTEXT context, const OperationContext& op,
+                 const Connection& conn);
 void SetInstancesInternal(const ObjectList& objects, USERDATA_CONTEXT context,
-                          const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
-                          const Connection& conn);
+                          const OperationContext& op, const Connection& conn);
 
 // Insert-or-replace of one row by layer selector, the object split into its
 // user (or, for UPDATE_INTERNAL, auto-configuration), vital and cached

@@ -44,18 +44,18 @@ std::string Export(std::vector<std::shared_ptr<FilterSpecObject>> filters) {
   if (filters.empty()) return ConfigStoreDocument::SerializeValue(document);
 
   auto connection = GetDBStore(DBStore::CONFIG_STORE, true);
-  auto cache = CorvSchemaStore::SchemaStore::GetCache();
+  OperationContext op;
   CsoIdObjectMap objects;
   for (const auto& filter : filters) {
     if (IsNull(filter, "Export")) continue;
     const ConfigStoreObjectId id = WithInstanceId(filter->GetConfigStoreObjectId(), "");
-    auto schema = cache->GetSchema(id.component, id.group, id.key);
+    auto schema = op.Schema(id);
     CheckSchema(id, schema);
     if (!schema->HasInstances()) {
-      objects[id] = GetInternal(id, connection, schema);
+      objects[id] = GetInternal(id, connection, schema, op);
       continue;
     }
-    ObjectList instances = GetConfigInstancesInternal(filter, connection, schema);
+    ObjectList instances = GetConfigInstancesInternal(filter, connection, schema, op);
     if (instances.empty()) objects[id] = nullptr;
     for (const auto& instance : instances) objects[instance->GetConfigStoreObjectId()] = instance;
   }

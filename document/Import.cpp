@@ -9,7 +9,7 @@
 #include <unordered_set>
 
 #include "core/Throw.h"
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 #include "db/WriteRows.h"
 #include "document/ImportExportInternal.h"
 #include "object/InstanceIdFromValue.h"
@@ -124,9 +124,9 @@ bool GetCsoidObjMapFromDocument(const std::string& docString, CsoIdObjectMap& ou
 
 bool Import(const std::string& docString, std::vector<ErrorInfo>& errors) {
   CSLogger::Log(3, "%s invoked", "Import");
-  auto cache = CorvSchemaStore::SchemaStore::GetCache();
+  OperationContext op;
   CsoIdObjectMap objects;
-  const bool valid = GetCsoidObjMapFromDocument(docString, objects, cache, errors);
+  const bool valid = GetCsoidObjMapFromDocument(docString, objects, op.Schemas(), errors);
   if (!valid) return false;
   if (objects.empty()) {
     CSLogger::Log(3, "Found nothing to import from document");
@@ -144,7 +144,7 @@ bool Import(const std::string& docString, std::vector<ErrorInfo>& errors) {
       ConfigStoreObjectId configuration = WithInstanceId(entry.first, "");
       if (cleared.insert(configuration).second) DeleteInstancesInternal(configuration, connection);
     }
-    SetInstancesInternal(written, EXTERNAL, cache, connection);
+    SetInstancesInternal(written, EXTERNAL, op, connection);
     if (DBStore::CommitTransaction(connection) != DBStore::kSuccess)
       ThrowGeneral("Commit transaction failed.");
   } catch (...) {

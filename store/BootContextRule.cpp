@@ -1,17 +1,16 @@
 // The boot-phase rule for external writes of user configuration.
 #include "store/BootContextRule.h"
 
-#include <corvconfigstore/KeyValue.h>
-
 #include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {
 
-void ApplyBootContextRule(const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
+void ApplyBootContextRule(const OperationContext& op,
+                          const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
                           bool isUserData, const USERDATA_CONTEXT& context) {
   if (!isUserData || schema->IsBootExempt()) return;
-  if (IsBoot()) checkUserContext(true, context);
+  if (op.Boot()) checkUserContext(op, context);
 }
 
 }  // namespace CorvConfigStore

@@ -6,6 +6,8 @@
 
 #include <memory>
 
+#include "db/OperationContext.h"
+
 namespace CorvSchemaStore {
 class SchemaObject;
 }
@@ -17,7 +19,8 @@ namespace CorvConfigStore {
 // ValidationException 2000 "API cannot be invoked with EXTERNAL context
 // during boot". The boot flag is read only when the other conditions hold.
 // schema must not be null (the identity check has run before).
-void ApplyBootContextRule(const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
+void ApplyBootContextRule(const OperationContext& op,
+                          const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
                           bool isUserData, const USERDATA_CONTEXT& context);
 
 }  // namespace CorvConfigStore

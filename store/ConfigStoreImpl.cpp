@@ -2,11 +2,10 @@
 #include "store/ConfigStoreImpl.h"
 
 #include <corvconfigstore/Exceptions.h>
-#include <corvconfigstore/KeyValue.h>
-#include <corvconfigstore/UpgradeContext.h>
 
 #include <vector>
 
+#include "db/OperationContext.h"
 #include "store/GetDBStore.h"
 #include "store/NextBootStoreImpl.h"
 
@@ -28,7 +27,8 @@ ConfigStoreImpl::ConfigStoreImpl(std::shared_ptr<DBStore::StoreConnection> conne
 ConfigStoreImpl::~ConfigStoreImpl() = default;
 
 std::shared_ptr<NextBootStore> ConfigStoreImpl::GetNextBootStore() {
-  if (GetUpgradeCtx() == 0 && !IsBoot()) return std::make_shared<NextBootStoreImpl>(connection_);
+  OperationContext op;
+  if (!op.Upgrading() && !op.Boot()) return std::make_shared<NextBootStoreImpl>(connection_);
   std::vector<ErrorInfo> noErrors;
   throw ValidationException(CS_ERR_GENERAL,
                             "NextBootStore is not supported during the upgrade or boot phase",

@@ -11,7 +11,10 @@
 #include "sqlite/DBStore.h"
 #include "store/ObjectLists.h"
 
+
 namespace CorvConfigStore {
+
+class StoreOperation;
 
 // The only namespace a store can be opened in.
 extern const std::string sGlobalNamespace;
@@ -54,19 +57,16 @@ class ConfigStoreImpl final : public ConfigStore {
   const std::shared_ptr<DBStore::StoreConnection>& GetConnection() const { return connection_; }
 
  private:
-  using Validator = std::function<void(const SchemaPtr&, const std::shared_ptr<ConfigStoreObject>&)>;
-  using LayerDelete = std::function<void(const ConfigStoreObjectId&, const Connection&)>;
-  using LayerWriteWithFlag = std::function<void(const ObjectList&, const Connection&, bool)>;
+  using LayerCheck = std::function<void(const SchemaPtr&, const std::shared_ptr<ConfigStoreObject>&)>;
+  using LayerClear = std::function<void(const ConfigStoreObjectId&, const Connection&)>;
   using LayerWrite = std::function<void(const ObjectList&, const Connection&)>;
 
   // The common body of the layer-wise bulk writes: checks every object,
   // then, in one transaction, clears the layer of every instance of the key
-  // and writes the layer of each object. Exactly one of writeLayerWithFlag
-  // (given the schema's upgrade answer) and writeLayer is set.
-  void SetDataInstancesInternal(const ObjectList& objects, const Validator& validate,
-                                const LayerDelete& deleteLayer,
-                                const LayerWriteWithFlag& writeLayerWithFlag,
-                                const LayerWrite& writeLayer, const SchemaPtr& schema);
+  // and writes the layer of each object, then notifies.
+  void SetDataInstancesInternal(const StoreOperation& op, const ObjectList& objects,
+                         const LayerCheck& check, const LayerClear& clearLayer,
+                         const LayerWrite& writeLayer);
 
   std::shared_ptr<DBStore::StoreConnection> connection_;
 };

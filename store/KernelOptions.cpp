@@ -39,7 +39,7 @@ void UpdateKernelOptions(std::shared_ptr<ConfigStoreObject> object) {
   ValidateUpdate(schema, object);
   // Kernel options are user configuration, and the caller is treated as an
   // external one.
-  ApplyBootContextRule(schema, true, EXTERNAL);
+  ApplyBootContextRule(OperationContext(), schema, true, EXTERNAL);
   if (object->IsEmpty()) {
     CSLogger::Log(1, "Update called with empty object for %s, deletes are not supported",
                   id.toString().c_str());

@@ -8,7 +8,7 @@
 #include "core/Checks.h"
 #include "db/NextBootRows.h"
 #include "store/ObjectLists.h"
-#include "store/SchemaLookup.h"
+#include "store/StoreOperation.h"
 #include "store/StoreTransactions.h"
 #include "validation/Validation.h"
 
@@ -29,74 +29,72 @@ void NextBootStoreImpl::ExecuteUnderTransaction(
 }
 
 std::shared_ptr<ConfigStoreObject> NextBootStoreImpl::Get(const ConfigStoreObjectId& id) {
-  TraceOperation(3, "Get", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  ValidateCsoId(id, schema);
-  ValidateRebootRequiredConfig(schema);
-  return GetRebootRequiredConfigInternal(id, schema, connection_);
+  StoreOperation op(3, "Get", id, EXTERNAL);
+  ValidateCsoId(id, op.Schema());
+  ValidateRebootRequiredConfig(op.Schema());
+  return GetRebootRequiredConfigInternal(id, op.Schema(), connection_);
 }
 
 void NextBootStoreImpl::Set(std::shared_ptr<ConfigStoreObject> object) {
   if (IsNull(object, "Set")) return;
-  const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  TraceOperation(3, "Set", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  ValidateCsoId(object, schema);
-  ValidateRebootRequiredConfig(schema);
-  ValidateSet(schema, object);
+  StoreOperation op(3, "Set", object->GetConfigStoreObjectId(), EXTERNAL);
+  ValidateCsoId(object, op.Schema());
+  ValidateRebootRequiredConfig(op.Schema());
+  ValidateSet(op.Schema(), object);
   ValidateEmptyObject(object);
-  ExecuteUnderTransaction(object, schema, SetRebootRequiredConfigInternal);
+  ExecuteUnderTransaction(object, op.Schema(), SetRebootRequiredConfigInternal);
 }
 
 void NextBootStoreImpl::Delete(const ConfigStoreObjectId& id) {
-  TraceOperation(3, "Delete", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  ValidateCsoId(id, schema);
-  ValidateRebootRequiredConfig(schema);
-  ExecuteUnderTransaction(id, schema, DeleteRebootRequiredConfigInternal);
+  StoreOperation op(3, "Delete", id, EXTERNAL);
+  ValidateCsoId(id, op.Schema());
+  ValidateRebootRequiredConfig(op.Schema());
+  ExecuteUnderTransaction(id, op.Schema(), DeleteRebootRequiredConfigInternal);
 }
 
 void NextBootStoreImpl::Reset(const ConfigStoreObjectId& id) {
-  TraceOperation(3, "Reset", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  CheckSchema(id, schema);
-  ValidateRebootRequiredConfig(schema);
-  ExecuteUnderTransaction(id, schema, ClearRebootRequiredConfigInstances);
+  StoreOperation op(3, "Reset", id, EXTERNAL);
+  CheckSchema(id, op.Schema());
+  ValidateRebootRequiredConfig(op.Schema());
+  ExecuteUnderTransaction(id, op.Schema(), ClearRebootRequiredConfigInstances);
 }
 
 void NextBootStoreImpl::SetInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects) {
   objects = DropNullObjects(objects, "SetInstances");
-  const ConfigStoreObjectId first = objects.front()->GetConfigStoreObjectId();
-  TraceOperation(3, "SetInstances", first, EXTERNAL);
-  auto schema = LookupSchema(first);
-  ValidateCsoIdInstances(first, schema);
-  ValidateRebootRequiredConfig(schema);
+  StoreOperation op(3, "SetInstances", objects.front()->GetConfigStoreObjectId(), EXTERNAL);
+  ValidateCsoIdInstances(op.Id(), op.Schema());
+  ValidateRebootRequiredConfig(op.Schema());
   for (const auto& object : objects) {
-    CheckSameKey(first, object->GetConfigStoreObjectId());
+    CheckSameKey(op.Id(), object->GetConfigStoreObjectId());
     validateInstanceId(object->GetConfigStoreObjectId());
-    ValidateSet(schema, object);
+    ValidateSet(op.Schema(), object);
     ValidateEmptyObject(object);
   }
-  ExecuteUnderTransaction(objects, schema, SetRebootRequiredConfigInstancesInternal);
+  ExecuteUnderTransaction(objects, op.Schema(), SetRebootRequiredConfigInstancesInternal);
 }
 
 std::vector<std::shared_ptr<ConfigStoreObject>> NextBootStoreImpl::GetInstances(
     const std::shared_ptr<FilterSpecObject>& filter) {
   if (IsNull(filter, "GetInstances")) return {};
-  TraceOperation(3, "GetInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
-  auto schema = LookupSchema(filter->GetConfigStoreObjectId());
-  ValidateCsoIdInstances(filter, schema);
-  ValidateRebootRequiredConfig(schema);
-  return GetRebootRequiredConfigInstancesInternal(filter, schema, connection_);
+  StoreOperation op(3, "GetInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
+  ValidateCsoIdInstances(filter, op.Schema());
+  ValidateRebootRequiredConfig(op.Schema());
+  return GetRebootRequiredConfigInstancesInternal(filter, op.Schema(), connection_);
 }
 
 void NextBootStoreImpl::DeleteInstances(const std::shared_ptr<FilterSpecObject>& filter) {
   if (IsNull(filter, "DeleteInstances")) return;
-  TraceOperation(3, "DeleteInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
-  auto schema = LookupSchema(filter->GetConfigStoreObjectId());
-  ValidateCsoIdInstances(filter, schema);
-  ValidateRebootRequiredConfig(schema);
-  ExecuteUnderTransaction(filter, schema, DeleteRebootRequiredConfigInstancesInternal);
+  StoreOperation op(3, "DeleteInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
+  ValidateCsoIdInstances(filter, op.Schema());
+  ValidateRebootRequiredConfig(op.Schema());
+  // The instances to delete are the current ones, as this operation sees
+  // the host's phase.
+  ExecuteUnderTransaction(filter, op.Schema(),
+                          [&op](const std::shared_ptr<FilterSpecObject>& selected,
+                                const SchemaPtr& schema, const Connection& conn) {
+                            DeleteRebootRequiredConfigInstancesInternal(selected, schema,
+                                                                        op.Context(), conn);
+                          });
 }
 
 }  // namespace CorvConfigStore

@@ -3,7 +3,7 @@
 
 #include <corvconfigstore/ObjectId.h>
 
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 
 namespace CorvConfigStore {
 

@@ -6,100 +6,94 @@
 
 #include "core/Checks.h"
 #include "db/WriteRows.h"
-#include "notify/Notify.h"
-#include "store/BootContextRule.h"
 #include "store/ConfigStoreImpl.h"
-#include "store/SchemaLookup.h"
+#include "schema/SchemaStore.h"
+#include "store/StoreOperation.h"
 #include "store/StoreTransactions.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {
 
+namespace {
+
+// Every object must name an instance of the operation's key and be valid
+// by check; all are checked before anything is written.
+template <typename Check>
+void CheckInstances(const StoreOperation& op, const ObjectList& objects, Check check) {
+  for (const auto& object : objects) {
+    CheckSameKey(op.Id(), object->GetConfigStoreObjectId());
+    validateInstanceId(object->GetConfigStoreObjectId());
+    check(op.Schema(), object);
+  }
+}
+
+}  // namespace
+
 void ConfigStoreImpl::SetInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects,
                                    const USERDATA_CONTEXT& context) {
   objects = DropNullObjects(objects, "SetInstances");
-  const ConfigStoreObjectId first = objects.front()->GetConfigStoreObjectId();
-  TraceOperation(3, "SetInstances", first, context);
-  auto cache = CorvSchemaStore::SchemaStore::GetCache();
-  auto schema = cache->GetSchema(first.component, first.group, first.key);
-  ValidateCsoIdInstances(first, schema);
-  for (const auto& object : objects) {
-    CheckSameKey(first, object->GetConfigStoreObjectId());
-    validateInstanceId(object->GetConfigStoreObjectId());
-    ValidateSet(schema, object);
-  }
-  ApplyBootContextRule(
-      schema,
-      std::any_of(objects.begin(), objects.end(),
-                  [&schema](const auto& object) { return isUserType(object, schema); }),
-      context);
+  StoreOperation op(3, "SetInstances", objects.front()->GetConfigStoreObjectId(), context);
+  const SchemaPtr& schema = op.Schema();
+  ValidateCsoIdInstances(op.Id(), schema);
+  CheckInstances(op, objects, ValidateSet);
+  op.CheckBootRule(std::any_of(objects.begin(), objects.end(), [&schema](const auto& object) {
+    return isUserType(object, schema);
+  }));
 
   RunInTransaction(connection_, "SetInstances", TransactionFailure::kWrapAll, [&] {
-    DeleteInstancesInternal(first, connection_);
-    SetInstancesInternal(objects, context, cache, connection_);
+    DeleteInstancesInternal(op.Id(), connection_);
+    SetInstancesInternal(objects, context, op.Context(), connection_);
   });
-  NotifyIfAllowlisted(first);
+  op.Notify();
 }
 
 void ConfigStoreImpl::SetUserDataInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects,
                                            const USERDATA_CONTEXT& context) {
   objects = DropNullObjects(objects, "SetUserDataInstances");
-  const ConfigStoreObjectId first = objects.front()->GetConfigStoreObjectId();
-  TraceOperation(3, "SetUserDataInstances", first, context);
-  auto schema = LookupSchema(first);
-  ValidateCsoIdInstances(first, schema);
-  ApplyBootContextRule(schema, true, context);
-  if (context == INTERNAL)
-    SetDataInstancesInternal(objects, ValidateUserConfig, DeleteAutoConfConfigInstances, nullptr,
-                             WriteAutoConfConfigInstances, schema);
-  else
-    SetDataInstancesInternal(objects, ValidateUserConfig, DeleteUserConfigInstances,
-                             WriteUserConfigInstances, nullptr, schema);
+  StoreOperation op(3, "SetUserDataInstances", objects.front()->GetConfigStoreObjectId(), context);
+  ValidateCsoIdInstances(op.Id(), op.Schema());
+  op.CheckBootRule(true);
+  if (context == INTERNAL) {
+    SetDataInstancesInternal(op, objects, ValidateUserConfig, DeleteAutoConfConfigInstances,
+                      WriteAutoConfConfigInstances);
+    return;
+  }
+  const bool success = op.Schema()->ApplyDuringUpgrade();
+  SetDataInstancesInternal(op, objects, ValidateUserConfig, DeleteUserConfigInstances,
+                    [&](const ObjectList& layer, const Connection& conn) {
+                      WriteUserConfigInstances(layer, conn, success, op.Context());
+                    });
 }
 
 void ConfigStoreImpl::SetCachedDataInstances(
     std::vector<std::shared_ptr<ConfigStoreObject>> objects) {
   objects = DropNullObjects(objects, "SetCachedDataInstances");
-  const ConfigStoreObjectId first = objects.front()->GetConfigStoreObjectId();
-  TraceOperation(3, "SetCachedDataInstances", first, EXTERNAL);
-  auto schema = LookupSchema(first);
-  ValidateCsoIdInstances(first, schema);
-  SetDataInstancesInternal(objects, ValidateCachedConfig, DeleteCachedConfigInstances, nullptr,
-                           WriteCachedConfigInstances, schema);
+  StoreOperation op(3, "SetCachedDataInstances", objects.front()->GetConfigStoreObjectId(),
+                    EXTERNAL);
+  ValidateCsoIdInstances(op.Id(), op.Schema());
+  SetDataInstancesInternal(op, objects, ValidateCachedConfig, DeleteCachedConfigInstances,
+                    WriteCachedConfigInstances);
 }
 
 void ConfigStoreImpl::SetVitalDataInstances(
     std::vector<std::shared_ptr<ConfigStoreObject>> objects) {
   objects = DropNullObjects(objects, "SetVitalDataInstances");
-  const ConfigStoreObjectId first = objects.front()->GetConfigStoreObjectId();
-  TraceOperation(3, "SetVitalDataInstances", first, EXTERNAL);
-  auto schema = LookupSchema(first);
-  ValidateCsoIdInstances(first, schema);
-  SetDataInstancesInternal(objects, ValidateVitalConfig, DeleteVitalConfigInstances, nullptr,
-                           WriteVitalConfigInstances, schema);
+  StoreOperation op(3, "SetVitalDataInstances", objects.front()->GetConfigStoreObjectId(),
+                    EXTERNAL);
+  ValidateCsoIdInstances(op.Id(), op.Schema());
+  SetDataInstancesInternal(op, objects, ValidateVitalConfig, DeleteVitalConfigInstances,
+                    WriteVitalConfigInstances);
 }
 
-void ConfigStoreImpl::SetDataInstancesInternal(const ObjectList& objects,
-                                               const Validator& validate,
-                                               const LayerDelete& deleteLayer,
-                                               const LayerWriteWithFlag& writeLayerWithFlag,
-                                               const LayerWrite& writeLayer,
-                                               const SchemaPtr& schema) {
-  const ConfigStoreObjectId first = objects.front()->GetConfigStoreObjectId();
-  // Every object is checked before anything is written.
-  for (const auto& object : objects) {
-    CheckSameKey(first, object->GetConfigStoreObjectId());
-    validateInstanceId(object->GetConfigStoreObjectId());
-    validate(schema, object);
-  }
+void ConfigStoreImpl::SetDataInstancesInternal(const StoreOperation& op, const ObjectList& objects,
+                                        const LayerCheck& check, const LayerClear& clearLayer,
+                                        const LayerWrite& writeLayer) {
+  CheckInstances(op, objects, check);
   RunInTransaction(connection_, "SetDataInstancesInternal", TransactionFailure::kWrapAll, [&] {
-    deleteLayer(first, connection_);
-    if (writeLayerWithFlag)
-      writeLayerWithFlag(objects, connection_, schema->ApplyDuringUpgrade());
-    else
-      writeLayer(objects, connection_);
+    clearLayer(op.Id(), connection_);
+    writeLayer(objects, connection_);
   });
-  NotifyIfAllowlisted(first);
+  op.Notify();
 }
 
 }  // namespace CorvConfigStore

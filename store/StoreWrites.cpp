@@ -6,16 +6,15 @@
 #include "core/Checks.h"
 #include "db/ReadRows.h"
 #include "db/WriteRows.h"
-#include "notify/Notify.h"
 #include "object/CleanupObject.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
-#include "store/BootContextRule.h"
+#include "object/ObjectAccess.h"
 #include "store/ConfigStoreImpl.h"
-#include "store/SchemaLookup.h"
+#include "schema/SchemaStore.h"
+#include "store/StoreOperation.h"
 #include "store/StoreTransactions.h"
 #include "validation/Validation.h"
-#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -32,70 +31,61 @@ void MergeUpdate(const ObjectPtr& update, const ObjectPtr& target) {
 void ConfigStoreImpl::Set(std::shared_ptr<ConfigStoreObject> object,
                           const USERDATA_CONTEXT& context) {
   if (IsNull(object, "Set")) return;
-  const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  TraceOperation(3, "Set", id, context);
-  auto cache = CorvSchemaStore::SchemaStore::GetCache();
-  auto schema = cache->GetSchema(id.component, id.group, id.key);
-  ValidateCsoId(object, schema);
-  ValidateSet(schema, object);
-  ApplyBootContextRule(schema, isUserType(object, schema), context);
-  SetInternal(object, cache, context, connection_);
-  NotifyIfAllowlisted(id);
+  StoreOperation op(3, "Set", object->GetConfigStoreObjectId(), context);
+  ValidateCsoId(object, op.Schema());
+  ValidateSet(op.Schema(), object);
+  op.CheckBootRule(isUserType(object, op.Schema()));
+  SetInternal(object, context, op.Context(), connection_);
+  op.Notify();
 }
 
 void ConfigStoreImpl::SetUserData(std::shared_ptr<ConfigStoreObject> object,
                                   const USERDATA_CONTEXT& context) {
   if (IsNull(object, "SetUserData")) return;
-  const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  TraceOperation(3, "SetUserData", id, context);
-  auto schema = LookupSchema(id);
-  ValidateCsoId(object, schema);
-  ApplyBootContextRule(schema, true, context);
-  ValidateUserConfig(schema, object);
+  StoreOperation op(3, "SetUserData", object->GetConfigStoreObjectId(), context);
+  ValidateCsoId(object, op.Schema());
+  op.CheckBootRule(true);
+  ValidateUserConfig(op.Schema(), object);
   // Announced before the write: a write that fails afterwards has already
   // been announced.
-  NotifyIfAllowlisted(id);
+  op.Notify();
   if (context == INTERNAL)
     WriteAutoConfConfigInstances({object}, connection_);
   else
-    WriteUserConfigInstances({object}, connection_, schema->ApplyDuringUpgrade());
+    WriteUserConfigInstances({object}, connection_, op.Schema()->ApplyDuringUpgrade(),
+                             op.Context());
 }
 
 void ConfigStoreImpl::SetVitalData(std::shared_ptr<ConfigStoreObject> object) {
   if (IsNull(object, "SetVitalData")) return;
-  const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  TraceOperation(3, "SetVitalData", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  ValidateCsoId(object, schema);
-  ValidateVitalConfig(schema, object);
+  StoreOperation op(3, "SetVitalData", object->GetConfigStoreObjectId(), EXTERNAL);
+  ValidateCsoId(object, op.Schema());
+  ValidateVitalConfig(op.Schema(), object);
   WriteVitalConfigInstances({object}, connection_);
-  NotifyIfAllowlisted(id);
+  op.Notify();
 }
 
 void ConfigStoreImpl::SetCachedData(std::shared_ptr<ConfigStoreObject> object) {
   if (IsNull(object, "SetCachedData")) return;
-  const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  TraceOperation(3, "SetCachedData", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  ValidateCsoId(object, schema);
-  ValidateCachedConfig(schema, object);
+  StoreOperation op(3, "SetCachedData", object->GetConfigStoreObjectId(), EXTERNAL);
+  ValidateCsoId(object, op.Schema());
+  ValidateCachedConfig(op.Schema(), object);
   WriteCachedConfigInstances({object}, connection_);
-  NotifyIfAllowlisted(id);
+  op.Notify();
 }
 
 void ConfigStoreImpl::Update(std::shared_ptr<ConfigStoreObject> object,
                              const USERDATA_CONTEXT& context) {
   if (IsNull(object, "Update")) return;
-  const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  TraceOperation(3, "Update", id, context);
-  auto schema = LookupSchema(id);
+  StoreOperation op(3, "Update", object->GetConfigStoreObjectId(), context);
+  const SchemaPtr& schema = op.Schema();
   ValidateCsoId(object, schema);
   ValidateUpdate(schema, object);
   const bool userData = isUserType(object, schema);
-  ApplyBootContextRule(schema, userData, context);
+  op.CheckBootRule(userData);
   if (object->IsEmpty()) {
     CSLogger::Log(1, "Update called with empty object for %s, deletes are not supported",
-                  id.toString().c_str());
+                  op.Id().toString().c_str());
     return;
   }
   const UPDATE_CONTEXT updateContext = context == INTERNAL ? UPDATE_INTERNAL
@@ -103,42 +93,39 @@ void ConfigStoreImpl::Update(std::shared_ptr<ConfigStoreObject> object,
                                                            : UPDATE_NON_USER_EXTERNAL;
 
   RunInTransaction(connection_, "Update", TransactionFailure::kKeepStoreExceptions, [&] {
-    std::shared_ptr<ConfigStoreObject> stored = GetInternal(id, connection_, schema);
-    if (!stored) {
+    StoredObject stored = GetForUpdateInternal(op.Id(), schema, context, op.Context(), connection_);
+    if (!stored.current) {
       ValidateSet(schema, object);
       SetByContextInternal(object, schema, updateContext, connection_);
       return;
     }
     // The merged whole must be valid, but only the caller's layer is
     // written: the other layers of the row stay as they are.
-    MergeUpdate(object, stored);
-    ValidateSet(schema, stored);
-    std::shared_ptr<ConfigStoreObject> layer =
-        GetConfigByBootAndContext(id, schema, context, connection_);
+    MergeUpdate(object, stored.current);
+    ValidateSet(schema, stored.current);
     // A row whose caller's layer is still empty gets that layer from the
     // update alone.
-    if (!layer) layer = std::make_shared<ConfigStoreObject>(id);
+    ObjectPtr layer =
+        stored.callerView ? stored.callerView : std::make_shared<ConfigStoreObject>(op.Id());
     MergeUpdate(object, layer);
     CleanupObject(layer, schema);
     UpdateByContextInternal(layer, schema, updateContext, connection_);
   });
-  NotifyIfAllowlisted(id);
+  op.Notify();
 }
 
 void ConfigStoreImpl::Delete(const ConfigStoreObjectId& id) {
-  TraceOperation(3, "Delete", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  ValidateCsoId(id, schema);
+  StoreOperation op(3, "Delete", id, EXTERNAL);
+  ValidateCsoId(id, op.Schema());
   DeleteInternal(id, connection_);
-  NotifyIfAllowlisted(id);
+  op.Notify();
 }
 
 void ConfigStoreImpl::DeleteInstances(const std::shared_ptr<FilterSpecObject>& filter) {
   if (IsNull(filter, "DeleteInstances")) return;
-  const ConfigStoreObjectId id = filter->GetConfigStoreObjectId();
-  TraceOperation(3, "DeleteInstances", id, EXTERNAL);
-  auto schema = LookupSchema(id);
-  ValidateCsoIdInstances(filter, schema);
+  StoreOperation op(3, "DeleteInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
+  const ConfigStoreObjectId& id = op.Id();
+  ValidateCsoIdInstances(filter, op.Schema());
   if (filter->IsEmpty()) {
     // Without criteria the identifier alone says what goes. This path sends
     // no notification.
@@ -149,10 +136,11 @@ void ConfigStoreImpl::DeleteInstances(const std::shared_ptr<FilterSpecObject>& f
     return;
   }
   RunInTransaction(connection_, "DeleteInstances", TransactionFailure::kWrapAll, [&] {
-    for (const auto& match : GetConfigInstancesInternal(filter, connection_, schema))
+    for (const auto& match :
+         GetConfigInstancesInternal(filter, connection_, op.Schema(), op.Context()))
       DeleteInternal(match->GetConfigStoreObjectId(), connection_);
   });
-  NotifyIfAllowlisted(id);
+  op.Notify();
 }
 
 }  // namespace CorvConfigStore

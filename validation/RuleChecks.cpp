@@ -1,16 +1,15 @@
 // Rules on who may write what and when: boot context, the next-boot store's
 // tag and its refusal of empty objects.
 #include <corvconfigstore/ConfigStoreObject.h>
-#include <corvconfigstore/UpgradeContext.h>
 
 #include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {
 
-void checkUserContext(bool isBoot, const USERDATA_CONTEXT& context) {
+void checkUserContext(const OperationContext& op, const USERDATA_CONTEXT& context) {
   // An upgrade in progress may write user configuration while the host boots.
-  if (isBoot && context == EXTERNAL && GetUpgradeCtx() == 0)
+  if (context == EXTERNAL && op.DuringBoot())
     ThrowRuleViolation("API cannot be invoked with EXTERNAL context during boot");
 }
 

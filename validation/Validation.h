@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/Json.h"
+#include "db/OperationContext.h"
 
 namespace CorvSchemaStore {
 class SchemaObject;
@@ -54,8 +55,9 @@ void ValidateCsoIdInstances(const std::shared_ptr<FilterSpecObject>& filter,
 void validateInstanceId(const ConfigStoreObjectId& id);
 
 // External user writes are refused while the host boots, unless an upgrade
-// is in progress.
-void checkUserContext(bool isBoot, const USERDATA_CONTEXT& context);
+// is in progress (op.DuringBoot()). The boot flag is read only for an
+// EXTERNAL caller.
+void checkUserContext(const OperationContext& op, const USERDATA_CONTEXT& context);
 
 // Only configurations tagged @rebootRequiredConfigStore go through the
 // next-boot store.

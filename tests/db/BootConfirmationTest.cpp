@@ -41,7 +41,7 @@ TEST_F(BootConfirmationTest, RowWithoutDesiredValueIsOnlyConfirmed) {
   SetBootStatusInternal(motd_, true, conn_);
   EXPECT_EQ(Column(motd_, "Success"), "1");
   EXPECT_EQ(Column(motd_, "UserValue"), R"({"text":"u"})");
-  EXPECT_EQ(Json(GetInternal(motd_, conn_, Schema(motd_))), R"({"text":"u"})");
+  EXPECT_EQ(Json(GetInternal(motd_, conn_, Schema(motd_), OperationContext())), R"({"text":"u"})");
 }
 
 TEST_F(BootConfirmationTest, InstanceIdSelectsOneRowAndNoneSelectsAll) {
@@ -174,7 +174,7 @@ TEST_F(BootConfirmationTest, KernelOptionsWaitForTheBoot) {
                         Json(GetKernelOptionsInternal(options_, conn_, Schema(options_)))));
   // The running value is still the old one until the boot confirms.
   EXPECT_TRUE(JsonEqual(R"({"arch":"arm","cmdline":"old"})",
-                        Json(GetInternal(options_, conn_, Schema(options_)))));
+                        Json(GetInternal(options_, conn_, Schema(options_), OperationContext()))));
   SetBootStatusInternal(options_, true, conn_);
   EXPECT_TRUE(JsonEqual(R"({"cmdline":"new","console":"ttyS0"})", Column(options_, "UserValue")));
 }

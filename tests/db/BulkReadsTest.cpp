@@ -15,11 +15,10 @@ using namespace CorvConfigStore;
 class BulkReadsTest : public RowsTest {
  protected:
   // Rows of (Name, Identifier, Value) of a row list, sorted.
-  static std::vector<std::string> Rows(const RowList& rows) {
+  static std::vector<std::string> Rows(const ConfigRows& rows) {
     std::vector<std::string> out;
-    for (const auto& row : *rows)
-      out.push_back(RowText(*row, "Name") + "/" + RowText(*row, "Identifier") + "=" +
-                    RowText(*row, "Value"));
+    for (const ConfigRow& row : rows)
+      out.push_back(row.name + "/" + row.identifier + "=" + row.Get(Layer::kValue).value_or(""));
     std::sort(out.begin(), out.end());
     return out;
   }
@@ -61,24 +60,24 @@ TEST_F(BulkReadsTest, UserContentsOmitUnconfirmedRowsDesiredContentsIncludeThem)
   EXPECT_EQ(Rows(GetStoreContentsInternalST("VitalValue", conn_, false)),
             (std::vector<std::string>{R"(iface/a={"name":"a","speed":1})"}));
 
-  RowList rows = GetUserConfigContents(conn_);
-  for (const auto& row : *rows) {
-    if (RowText(*row, "Name") != "motd") continue;
-    EXPECT_EQ(RowText(*row, "AutoConfValue"), R"({"x":1})");
-    EXPECT_EQ(RowText(*row, "Component"), "corv");
-    EXPECT_EQ(RowText(*row, "ConfigGroup"), "sys");
-    EXPECT_EQ(RowText(*row, "Version"), "1.0");
-    EXPECT_EQ(row->count("Revision"), 1u);
-    EXPECT_EQ(row->count("ModifiedTime"), 1u);
+  ConfigRows rows = GetUserConfigContents(conn_);
+  for (const ConfigRow& row : rows) {
+    if (row.name != "motd") continue;
+    EXPECT_EQ(row.Get(Layer::kAutoConf), R"({"x":1})");
+    EXPECT_EQ(row.component, "corv");
+    EXPECT_EQ(row.group, "sys");
+    EXPECT_EQ(row.version, "1.0");
+    EXPECT_EQ(row.revision, 1);
+    EXPECT_FALSE(row.modifiedTime.empty());
   }
-  RowList desired = GetDesiredUserConfigContents(conn_);
-  for (const auto& row : *desired)
-    EXPECT_EQ(row->count("AutoConfValue"), 0u) << "NULL columns are absent";
+  ConfigRows desired = GetDesiredUserConfigContents(conn_);
+  for (const ConfigRow& row : desired)
+    EXPECT_FALSE(row.Has(Layer::kAutoConf)) << "NULL columns are absent";
 }
 
 TEST_F(BulkReadsTest, EmptyStoreGivesEmptyListsAndFailuresAreReported) {
-  EXPECT_TRUE(GetUserConfigContents(conn_)->empty());
-  EXPECT_TRUE(GetDefaultUserConfigMapList(Id("dns", "net"), conn_)->empty());
+  EXPECT_TRUE(GetUserConfigContents(conn_).empty());
+  EXPECT_TRUE(GetDefaultUserConfigMapList(Id("dns", "net"), conn_).empty());
   ASSERT_EQ(Exec("DROP TABLE Config"), "");
   EXPECT_TRUE(Throws([&] { GetUserConfigContents(conn_); }, 2000, "Get store rows failed."));
   EXPECT_TRUE(Throws([&] { GetDesiredUserConfigContents(conn_); }, 2000, "Get store rows failed."));
@@ -94,15 +93,17 @@ TEST_F(BulkReadsTest, DefaultRowsOfAnObjectOrOneInstance) {
                     ('corv', 'net', 'iface', 'e1', '1.1', '{"mtu":2}', NULL),
                     ('corv', 'lab', 'iface', 'e2', '1.0', '{"mtu":3}', NULL))"),
             "");
-  RowList all = GetDefaultUserConfigMapList(Id("iface", "net"), conn_);
-  ASSERT_EQ(all->size(), 2u);
-  RowList one = GetDefaultUserConfigMapList(Id("iface", "net", "e1"), conn_);
-  ASSERT_EQ(one->size(), 1u);
-  const RowMap& row = *one->front();
-  EXPECT_EQ(row.size(), 3u);
-  EXPECT_EQ(RowText(row, "Value"), R"({"mtu":2})");
-  EXPECT_EQ(RowText(row, "Identifier"), "e1");
-  EXPECT_EQ(RowText(row, "Version"), "1.1");
+  ConfigRows all = GetDefaultUserConfigMapList(Id("iface", "net"), conn_);
+  ASSERT_EQ(all.size(), 2u);
+  ConfigRows one = GetDefaultUserConfigMapList(Id("iface", "net", "e1"), conn_);
+  ASSERT_EQ(one.size(), 1u);
+  const ConfigRow& row = one.front();
+  EXPECT_EQ(row.Get(Layer::kValue), R"({"mtu":2})");
+  EXPECT_EQ(row.identifier, "e1");
+  EXPECT_EQ(row.version, "1.1");
+  // Only those three columns are read.
+  EXPECT_TRUE(row.component.empty());
+  EXPECT_FALSE(row.Has(Layer::kVital));
 }
 
 TEST_F(BulkReadsTest, TypeMapGroupsRowsByConfiguration) {
@@ -132,7 +133,7 @@ TEST_F(BulkReadsTest, BulkReadOfAComponentOrAGroup) {
   InsertRow(ConfigStoreObjectId("motd", "sys", "other"), "Success, UserValue",
             R"(1, '{"text":"o"}')");
 
-  BulkConfig all = GetBulkConfigInternal("corv", "");
+  BulkConfig all = GetBulkConfigInternal("corv", "", OperationContext());
   EXPECT_EQ(all.size(), 3u);  // dns, iface and motd; the pending row has no value
   SchemaPtr iface = Schema(Id("iface", "net")), dns = Schema(Id("dns", "net")),
             motd = Schema(Id("motd", "sys"));
@@ -146,44 +147,44 @@ TEST_F(BulkReadsTest, BulkReadOfAComponentOrAGroup) {
   ASSERT_EQ(all[motd].size(), 1u);
   EXPECT_TRUE(all[motd][0].GetConfigStoreObjectId() == Id("motd", "sys"));
 
-  BulkConfig net = GetBulkConfigInternal("corv", "net");
+  BulkConfig net = GetBulkConfigInternal("corv", "net", OperationContext());
   EXPECT_EQ(net.size(), 2u);
   EXPECT_EQ(net.count(motd), 0u);
   EXPECT_EQ(net[iface].size(), 2u);
 
   SetUpgradeCtx(1);
-  BulkConfig sys = GetBulkConfigInternal("corv", "sys");
+  BulkConfig sys = GetBulkConfigInternal("corv", "sys", OperationContext());
   ASSERT_EQ(sys.size(), 2u);
   EXPECT_TRUE(JsonEqual(R"({"text":"pending"})", sys[Schema(Id("late", "sys"))][0].GetData()));
 }
 
 TEST_F(BulkReadsTest, BulkReadFailures) {
   ASSERT_EQ(Exec("DROP TABLE Config"), "");
-  EXPECT_TRUE(Throws([] { GetBulkConfigInternal("corv", ""); }, 2000, "Get all keys failed"));
-  EXPECT_TRUE(Throws([] { GetBulkConfigInternal("corv", "net"); }, 2000, "Get all keys failed"));
+  EXPECT_TRUE(Throws([] { GetBulkConfigInternal("corv", "", OperationContext()); }, 2000, "Get all keys failed"));
+  EXPECT_TRUE(Throws([] { GetBulkConfigInternal("corv", "net", OperationContext()); }, 2000, "Get all keys failed"));
   SetEnv("CORV_CONFIGSTORE_DB", env_.Dir().File("missing.db"));
   EXPECT_TRUE(
-      Throws([] { GetBulkConfigInternal("corv", ""); }, 2000, "Failed to connect to database"));
+      Throws([] { GetBulkConfigInternal("corv", "", OperationContext()); }, 2000, "Failed to connect to database"));
 }
 
 TEST_F(BulkReadsTest, SmartnicRowsTakeTheDesiredValueWhenThereIsOne) {
   InsertRow(Id("shared", "net"), "Success, UserValue, DesiredValue",
             R"(1, '{"mode":"u"}', '{"mode":"d"}')");
   InsertRow(Id("motd", "sys"), "Success, UserValue", R"(1, '{"text":"m"}')");
-  RowList rows = GetSmartnicConfiguration(conn_);
-  ASSERT_EQ(rows->size(), 1u);
-  const RowMap& row = *rows->front();
-  EXPECT_EQ(RowText(row, "Component"), "corv");
-  EXPECT_EQ(RowText(row, "ConfigGroup"), "net");
-  EXPECT_EQ(RowText(row, "Name"), "shared");
-  EXPECT_EQ(RowText(row, "Identifier"), "");
-  EXPECT_EQ(RowText(row, "Value"), R"({"mode":"d"})");
+  ConfigRows rows = GetSmartnicConfiguration(conn_);
+  ASSERT_EQ(rows.size(), 1u);
+  const ConfigRow& row = rows.front();
+  EXPECT_EQ(row.component, "corv");
+  EXPECT_EQ(row.group, "net");
+  EXPECT_EQ(row.name, "shared");
+  EXPECT_EQ(row.identifier, "");
+  EXPECT_EQ(row.Get(Layer::kValue), R"({"mode":"d"})");
   EXPECT_EQ(Attached(), "main ");
 
   ASSERT_EQ(Exec("UPDATE Config SET DesiredValue = NULL"), "");
   rows = GetSmartnicConfiguration(conn_);
-  ASSERT_EQ(rows->size(), 1u);
-  EXPECT_EQ(RowText(*rows->front(), "Value"), R"({"mode":"u"})");
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows.front().Get(Layer::kValue), R"({"mode":"u"})");
   EXPECT_EQ(Attached(), "main ");
 }
 

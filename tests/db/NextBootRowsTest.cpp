@@ -109,7 +109,7 @@ TEST_F(NextBootRowsTest, DeletingInstancesMarksEveryCurrentInstanceTheFilterSele
   InsertRow(Id("boot", "sys", "a"), "Success, UserValue", R"(1, '{"name":"a","args":"x"}')");
   InsertRow(Id("boot", "sys", "b"), "Success, UserValue", R"(1, '{"name":"b","args":"y"}')");
   InsertRow(Id("boot", "sys", "c"), "Success, UserValue", R"(1, '{"name":"c","args":"x"}')");
-  DeleteRebootRequiredConfigInstancesInternal(Filter(boot_, R"({"args":"x"})"), Schema(boot_),
+  DeleteRebootRequiredConfigInstancesInternal(Filter(boot_, R"({"args":"x"})"), Schema(boot_), OperationContext(),
                                               conn_);
   EXPECT_EQ(Count("DesiredUserConfig", "BootAction = 'DELETE_INSTANCE'"), 2);
   EXPECT_EQ(Column(Id("boot", "sys", "b"), "BootAction", "DesiredUserConfig"), "<no row>");
@@ -145,7 +145,7 @@ TEST_F(NextBootRowsTest, RemediationRefusesEveryChangeButNotReads) {
   EXPECT_TRUE(
       Throws([&] { DeleteRebootRequiredConfigInternal(a, Schema(a), conn_); }, 2000, kRemediating));
   EXPECT_TRUE(
-      Throws([&] { DeleteRebootRequiredConfigInstancesInternal(Filter(boot_), Schema(a), conn_); },
+      Throws([&] { DeleteRebootRequiredConfigInstancesInternal(Filter(boot_), Schema(a), OperationContext(), conn_); },
              2000, kRemediating));
   EXPECT_TRUE(Throws([&] { ClearRebootRequiredConfigInstances(boot_, Schema(a), conn_); }, 2000,
                      kRemediating));
@@ -198,7 +198,7 @@ TEST_F(NextBootRowsTest, StoreFailuresAreReported) {
 
   InsertRow(a, "Success, UserValue", R"(1, '{"name":"a"}')");
   EXPECT_TRUE(
-      Throws([&] { DeleteRebootRequiredConfigInstancesInternal(Filter(boot_), Schema(a), conn_); },
+      Throws([&] { DeleteRebootRequiredConfigInstancesInternal(Filter(boot_), Schema(a), OperationContext(), conn_); },
              2000, "Failed to delete reboot-required configuraition."));
 
   ASSERT_EQ(Exec("DROP TRIGGER break_DesiredUserConfig_0"), "");

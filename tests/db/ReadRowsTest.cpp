@@ -43,7 +43,7 @@ class ReadRowsTest : public RowsTest {
 TEST_F(ReadRowsTest, GetInternalMergesVitalCachedAutoAndUserInThatOrder) {
   InsertLayeredRow("1");
   ConfigStoreObjectId id = Id("dns", "net");
-  ObjectPtr object = GetInternal(id, conn_, Schema(id));
+  ObjectPtr object = GetInternal(id, conn_, Schema(id), OperationContext());
   ASSERT_TRUE(object);
   EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"options":{"ndots":2},"uptime":1,
                            "lastSync":"c"})",
@@ -75,30 +75,30 @@ TEST_F(ReadRowsTest, UnconfirmedRowHasNoUserValueOutsideAnUpgrade) {
   ConfigStoreObjectId id = Id("dns", "net");
   // The auto-configuration layer still wins over vital and cached.
   EXPECT_TRUE(JsonEqual(R"({"domain":"auto","options":{"ndots":2},"uptime":1,"lastSync":"c"})",
-                        Json(GetInternal(id, conn_, Schema(id)))));
+                        Json(GetInternal(id, conn_, Schema(id), OperationContext()))));
 
   // With an upgrade in progress the desired value is the user value ...
   SetUpgradeCtx(1);
   EXPECT_TRUE(JsonEqual(R"({"domain":"desired","options":{"ndots":2},"uptime":1,"lastSync":"c"})",
-                        Json(GetInternal(id, conn_, Schema(id)))));
+                        Json(GetInternal(id, conn_, Schema(id), OperationContext()))));
   // ... and without one, the unconfirmed user value.
   ASSERT_EQ(Exec("UPDATE Config SET DesiredValue = NULL"), "");
   EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"options":{"ndots":2},"uptime":1,
                            "lastSync":"c"})",
-                        Json(GetInternal(id, conn_, Schema(id)))));
+                        Json(GetInternal(id, conn_, Schema(id), OperationContext()))));
 }
 
 TEST_F(ReadRowsTest, UserOnlyRowWithSuccessZeroReadsEmpty) {
   ConfigStoreObjectId id = Id("motd", "sys");
   InsertRow(id, "Success, UserValue", R"(0, '{"text":"pending"}')");
-  EXPECT_EQ(GetInternal(id, conn_, Schema(id)), nullptr);
-  EXPECT_EQ(GetInternal(Id("motd", "sys", "nothere"), conn_, Schema(id)), nullptr);
+  EXPECT_EQ(GetInternal(id, conn_, Schema(id), OperationContext()), nullptr);
+  EXPECT_EQ(GetInternal(Id("motd", "sys", "nothere"), conn_, Schema(id), OperationContext()), nullptr);
 }
 
 TEST_F(ReadRowsTest, VitalOnlyRowReadsAsItsVitalFields) {
   ConfigStoreObjectId id = Id("dns", "net");
   InsertRow(id, "VitalValue", R"('{"uptime":42}')");
-  EXPECT_EQ(Json(GetInternal(id, conn_, Schema(id))), R"({"uptime":42})");
+  EXPECT_EQ(Json(GetInternal(id, conn_, Schema(id), OperationContext())), R"({"uptime":42})");
 }
 
 TEST_F(ReadRowsTest, InstanceListsMergeInstanceByInstance) {
@@ -107,14 +107,14 @@ TEST_F(ReadRowsTest, InstanceListsMergeInstanceByInstance) {
             R"(1, '{"hosts":[{"name":"a","ip":"1"},{"name":"b","ip":"2"}]}',
                 '{"hosts":[{"name":"b","seen":7}]}')");
   EXPECT_TRUE(JsonEqual(R"({"hosts":[{"name":"b","seen":7,"ip":"2"},{"name":"a","ip":"1"}]})",
-                        Json(GetInternal(id, conn_, Schema(id)))));
+                        Json(GetInternal(id, conn_, Schema(id), OperationContext()))));
 }
 
 TEST_F(ReadRowsTest, ColumnThatIsNotJsonRaisesTheJsonError) {
   ConfigStoreObjectId id = Id("motd", "sys");
   InsertRow(id, "Success, UserValue", "1, 'not json'");
   try {
-    GetInternal(id, conn_, Schema(id));
+    GetInternal(id, conn_, Schema(id), OperationContext());
     FAIL() << "did not throw";
   } catch (const ConfigStoreException& e) {
     EXPECT_EQ(e.GetErrorCode(), 1082);
@@ -127,14 +127,14 @@ TEST_F(ReadRowsTest, ReadsReportTheirFailure) {
   ConfigStoreObjectId id = Id("iface", "net", "a");
   const std::string get = "Get failed: comp corv grp net key iface id a";
   const std::string instances = "Read Instances failed for: comp corv grp net key iface";
-  EXPECT_TRUE(Throws([&] { GetInternal(id, conn_, Schema(id)); }, 2000, get));
+  EXPECT_TRUE(Throws([&] { GetInternal(id, conn_, Schema(id), OperationContext()); }, 2000, get));
   EXPECT_TRUE(
-      Throws([&] { GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_); }, 2000, get));
+      Throws([&] { GetConfigByBootAndContext(id, Schema(id), EXTERNAL, OperationContext(), conn_); }, 2000, get));
   EXPECT_TRUE(Throws([&] { GetCurrentConfigInternal(id, conn_, Schema(id)); }, 2000, get));
   EXPECT_TRUE(
       Throws([&] { GetDesiredInternal(id, conn_, Schema(id), FLAG_USER_ONLY); }, 2000, get));
   EXPECT_TRUE(
-      Throws([&] { GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, Schema(id)); },
+      Throws([&] { GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, Schema(id), OperationContext()); },
              2000, instances));
   EXPECT_TRUE(
       Throws([&] { GetCurrentConfigInstancesInternal(Id("iface", "net"), conn_, Schema(id)); },
@@ -158,14 +158,14 @@ TEST_F(ReadRowsTest, ContextReadChoosesTheLayerOfTheCaller) {
   ConfigStoreObjectId id = Id("dns", "net");
   // An internal caller sees the auto-configuration layer whatever Success is.
   EXPECT_TRUE(JsonEqual(R"({"domain":"auto","options":{"ndots":2},"uptime":1,"lastSync":"c"})",
-                        Json(GetConfigByBootAndContext(id, Schema(id), INTERNAL, conn_))));
+                        Json(GetConfigByBootAndContext(id, Schema(id), INTERNAL, OperationContext(), conn_))));
   // An external caller: no confirmed user value, only vital and cached.
   EXPECT_TRUE(JsonEqual(R"({"domain":"cached","uptime":1,"lastSync":"c"})",
-                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, OperationContext(), conn_))));
   // With an upgrade in progress the desired value counts.
   SetUpgradeCtx(2);
   EXPECT_TRUE(JsonEqual(R"({"domain":"desired","uptime":1,"lastSync":"c"})",
-                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, OperationContext(), conn_))));
 }
 
 TEST_F(ReadRowsTest, ContextReadDuringBootTakesOnlyConfirmedUserValues) {
@@ -174,21 +174,21 @@ TEST_F(ReadRowsTest, ContextReadDuringBootTakesOnlyConfirmedUserValues) {
   SetKeyValue("IS_BOOT", "true");
   ASSERT_TRUE(IsBoot());
   EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"uptime":1,"lastSync":"c"})",
-                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, OperationContext(), conn_))));
   ASSERT_EQ(Exec("UPDATE Config SET Success = 0"), "");
   EXPECT_TRUE(JsonEqual(R"({"domain":"cached","uptime":1,"lastSync":"c"})",
-                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, OperationContext(), conn_))));
   // An upgrade overrides the boot phase: the run-time rule applies.
   SetUpgradeCtx(1);
   EXPECT_TRUE(JsonEqual(R"({"domain":"desired","uptime":1,"lastSync":"c"})",
-                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, conn_))));
+                        Json(GetConfigByBootAndContext(id, Schema(id), EXTERNAL, OperationContext(), conn_))));
 }
 
 TEST_F(ReadRowsTest, ContextReadReportsAnUnreadableBootSwitch) {
   InsertLayeredRow("1");
   ConfigStoreObjectId id = Id("dns", "net");
   ASSERT_EQ(Exec("DROP TABLE KeyValue"), "");
-  EXPECT_TRUE(Throws([&] { GetConfigByBootAndContext(id, Schema(id), INTERNAL, conn_); }, 2000,
+  EXPECT_TRUE(Throws([&] { GetConfigByBootAndContext(id, Schema(id), INTERNAL, OperationContext(), conn_); }, 2000,
                      "Failed to read value from database."));
 }
 
@@ -200,23 +200,23 @@ TEST_F(ReadRowsTest, InstancesAreReadEachAsGetInternalThenFiltered) {
   InsertRow(Id("iface", "lab", "eth3"), "Success, UserValue", R"(1, '{"name":"eth3","mtu":1500}')");
   SchemaPtr schema = Schema(Id("iface", "net"));
 
-  ObjectList all = GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema);
+  ObjectList all = GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema, OperationContext());
   EXPECT_EQ(Ids(all), (std::vector<std::string>{"eth0", "eth1"}));
   EXPECT_TRUE(JsonEqual(R"({"name":"eth0","mtu":1500,"speed":10})", Json(all[0])));
 
   ObjectList matching =
-      GetConfigInstancesInternal(Filter(Id("iface", "net"), R"({"mtu":1500})"), conn_, schema);
+      GetConfigInstancesInternal(Filter(Id("iface", "net"), R"({"mtu":1500})"), conn_, schema, OperationContext());
   EXPECT_EQ(Ids(matching), (std::vector<std::string>{"eth0"}));
 
-  ObjectList one = GetConfigInstancesInternal(Filter(Id("iface", "net", "eth1")), conn_, schema);
+  ObjectList one = GetConfigInstancesInternal(Filter(Id("iface", "net", "eth1")), conn_, schema, OperationContext());
   EXPECT_EQ(Ids(one), (std::vector<std::string>{"eth1"}));
   EXPECT_TRUE(
-      GetConfigInstancesInternal(Filter(Id("iface", "net", "eth1"), R"({"mtu":1})"), conn_, schema)
+      GetConfigInstancesInternal(Filter(Id("iface", "net", "eth1"), R"({"mtu":1})"), conn_, schema, OperationContext())
           .empty());
 
   // The unconfirmed instance appears with an upgrade in progress.
   SetUpgradeCtx(1);
-  EXPECT_EQ(Ids(GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema)),
+  EXPECT_EQ(Ids(GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema, OperationContext())),
             (std::vector<std::string>{"eth0", "eth1", "eth2"}));
 }
 

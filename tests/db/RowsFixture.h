@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "core/Json.h"
-#include "db/RowMap.h"
+#include "db/ConfigRow.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/JsonDoc.h"
 #include "sqlite/DBStore.h"

@@ -14,7 +14,7 @@ class WriteRowsTest : public RowsTest {};
 
 TEST_F(WriteRowsTest, FirstAndSecondUserWriteRevisionAndCreationTime) {
   ConfigStoreObjectId id = Id("motd", "sys");
-  WriteUserConfigInstances({Make(id, R"({"text":"one"})")}, conn_, true);
+  WriteUserConfigInstances({Make(id, R"({"text":"one"})")}, conn_, true, OperationContext());
   EXPECT_EQ(Column(id, "Revision"), "1");
   EXPECT_EQ(Column(id, "Success"), "1");
   EXPECT_EQ(Column(id, "UserValue"), R"({"text":"one"})");
@@ -27,7 +27,7 @@ TEST_F(WriteRowsTest, FirstAndSecondUserWriteRevisionAndCreationTime) {
 
   // An older creation time is kept by the second write.
   ASSERT_EQ(Exec("UPDATE Config SET CreationTime = '2001-02-03 04:05:06' WHERE Name = 'motd'"), "");
-  WriteUserConfigInstances({Make(id, R"({"text":"two"})")}, conn_, true);
+  WriteUserConfigInstances({Make(id, R"({"text":"two"})")}, conn_, true, OperationContext());
   EXPECT_EQ(Column(id, "Revision"), "2");
   EXPECT_EQ(Column(id, "CreationTime"), "2001-02-03 04:05:06");
   EXPECT_EQ(Column(id, "UserValue"), R"({"text":"two"})");
@@ -40,7 +40,7 @@ TEST_F(WriteRowsTest, UserWriteClearsDesiredValueAndKeepsOtherLayers) {
       "Success, UserValue, DesiredValue, AutoConfValue, VitalValue, CachedValue, "
       "CreationTime, Revision",
       R"(0, '{"text":"u"}', '{"text":"d"}', '{"x":1}', '{"v":1}', '{"c":1}', '2000-01-01 00:00:00', 7)");
-  WriteUserConfigInstances({Make(id, R"({"text":"new"})")}, conn_, true);
+  WriteUserConfigInstances({Make(id, R"({"text":"new"})")}, conn_, true, OperationContext());
   EXPECT_EQ(Column(id, "DesiredValue"), "<null>");
   EXPECT_EQ(Column(id, "UserValue"), R"({"text":"new"})");
   EXPECT_EQ(Column(id, "Success"), "1");
@@ -53,29 +53,29 @@ TEST_F(WriteRowsTest, UserWriteClearsDesiredValueAndKeepsOtherLayers) {
 
 TEST_F(WriteRowsTest, UserWriteSuccessFollowsFlagOnlyInUpgradeContextTwo) {
   ConfigStoreObjectId id = Id("motd", "sys");
-  WriteUserConfigInstances({Make(id, R"({"text":"a"})")}, conn_, false);
+  WriteUserConfigInstances({Make(id, R"({"text":"a"})")}, conn_, false, OperationContext());
   EXPECT_EQ(Column(id, "Success"), "1");
 
   SetUpgradeCtx(1);
-  WriteUserConfigInstances({Make(id, R"({"text":"b"})")}, conn_, false);
+  WriteUserConfigInstances({Make(id, R"({"text":"b"})")}, conn_, false, OperationContext());
   EXPECT_EQ(Column(id, "Success"), "1");
 
   SetUpgradeCtx(2);
-  WriteUserConfigInstances({Make(id, R"({"text":"c"})")}, conn_, false);
+  WriteUserConfigInstances({Make(id, R"({"text":"c"})")}, conn_, false, OperationContext());
   EXPECT_EQ(Column(id, "Success"), "0");
-  WriteUserConfigInstances({Make(id, R"({"text":"d"})")}, conn_, true);
+  WriteUserConfigInstances({Make(id, R"({"text":"d"})")}, conn_, true, OperationContext());
   EXPECT_EQ(Column(id, "Success"), "1");
 
   // Written unconfirmed, the row reads as empty at run time.
-  WriteUserConfigInstances({Make(id, R"({"text":"e"})")}, conn_, false);
+  WriteUserConfigInstances({Make(id, R"({"text":"e"})")}, conn_, false, OperationContext());
   SetUpgradeCtx(0);
-  EXPECT_EQ(GetInternal(id, conn_, Schema(id)), nullptr);
+  EXPECT_EQ(GetInternal(id, conn_, Schema(id), OperationContext()), nullptr);
 }
 
 TEST_F(WriteRowsTest, NullHandlesAreLoggedAndSkipped) {
   LogCapture log(1);
   ConfigStoreObjectId id = Id("motd", "sys");
-  WriteUserConfigInstances({nullptr, Make(id, R"({"text":"a"})")}, conn_, true);
+  WriteUserConfigInstances({nullptr, Make(id, R"({"text":"a"})")}, conn_, true, OperationContext());
   EXPECT_EQ(Column(id, "UserValue"), R"({"text":"a"})");
   EXPECT_TRUE(log.Contains("[1041] WriteUserConfigInstances: "));
   WriteVitalConfigInstances({nullptr}, conn_);
@@ -83,8 +83,8 @@ TEST_F(WriteRowsTest, NullHandlesAreLoggedAndSkipped) {
   SetByContextInternal(nullptr, Schema(id), UPDATE_USER_EXTERNAL, conn_);
   EXPECT_TRUE(log.Contains("[1041] SetByContextInternal: "));
   UpdateByContextInternal(nullptr, Schema(id), UPDATE_USER_EXTERNAL, conn_);
-  SetInstancesInternal({nullptr}, EXTERNAL, CorvSchemaStore::SchemaStore::GetCache(), conn_);
-  EXPECT_TRUE(GetConfigInstancesInternal(nullptr, conn_, Schema(id)).empty());
+  SetInstancesInternal({nullptr}, EXTERNAL, OperationContext(), conn_);
+  EXPECT_TRUE(GetConfigInstancesInternal(nullptr, conn_, Schema(id), OperationContext()).empty());
   EXPECT_TRUE(log.Contains("[1041] GetConfigInstancesInternal: "));
   EXPECT_EQ(Count("Config"), 1);
   EXPECT_EQ(Column(id, "Revision"), "1");
@@ -102,7 +102,7 @@ TEST_F(WriteRowsTest, SplitWithoutSchemaIsRefused) {
 
 TEST_F(WriteRowsTest, EmptyObjectIsWrittenAsNull) {
   ConfigStoreObjectId id = Id("motd", "sys");
-  WriteUserConfigInstances({Make(id, "{}")}, conn_, true);
+  WriteUserConfigInstances({Make(id, "{}")}, conn_, true, OperationContext());
   EXPECT_EQ(Column(id, "UserValue"), "<null>");
   EXPECT_EQ(Column(id, "Revision"), "1");
   WriteCachedConfigInstances({Make(id, "{}")}, conn_);
@@ -158,7 +158,7 @@ TEST_F(WriteRowsTest, LayerWritesKeepEveryOtherColumnOfAnExistingRow) {
 TEST_F(WriteRowsTest, WritersStopAtTheFirstFailure) {
   BreakWrites("Config", "INSERT");
   ObjectList objects = {Make(Id("iface", "net", "a"), R"({"mtu":1})")};
-  EXPECT_TRUE(Throws([&] { WriteUserConfigInstances(objects, conn_, true); }, 2000,
+  EXPECT_TRUE(Throws([&] { WriteUserConfigInstances(objects, conn_, true, OperationContext()); }, 2000,
                      "Write user data failed"));
   EXPECT_TRUE(Throws([&] { WriteCachedConfigInstances(objects, conn_); }, 2000,
                      "Write config instances failed"));
@@ -166,10 +166,10 @@ TEST_F(WriteRowsTest, WritersStopAtTheFirstFailure) {
                      "Write config instances failed"));
   EXPECT_TRUE(Throws([&] { WriteAutoConfConfigInstances(objects, conn_); }, 2000,
                      "Write config instances failed"));
-  ColumnMapsById columns;
-  columns[Id("motd", "sys")]["UserValue"] = R"({"text":"a"})";
+  RowLayersById columns;
+  columns[Id("motd", "sys")].user = R"({"text":"a"})";
   EXPECT_TRUE(
-      Throws([&] { WriteCompleteConfigInstances(columns, conn_); }, 2000, "WriteComplete failed"));
+      Throws([&] { WriteCompleteConfigInstances(columns, OperationContext(), conn_); }, 2000, "WriteComplete failed"));
   EXPECT_EQ(Count("Config"), 0);
 }
 
@@ -177,12 +177,11 @@ TEST_F(WriteRowsTest, WriteCompleteWritesEveryLayerAndClearsDesiredValue) {
   ConfigStoreObjectId id = Id("dns", "net");
   InsertRow(id, "Success, UserValue, DesiredValue, CreationTime, Revision",
             R"(0, '{"domain":"old"}', '{"domain":"d"}', '2000-01-01 00:00:00', 3)");
-  ColumnMapsById columns;
-  columns[id] = {{"UserValue", R"({"domain":"a"})"},
-                 {"AutoConfValue", R"({"domain":"b"})"},
-                 {"VitalValue", R"({"uptime":1})"},
-                 {"CachedValue", ""}};
-  WriteCompleteConfigInstances(columns, conn_);
+  RowLayersById columns;
+  columns[id].user = R"({"domain":"a"})";
+  columns[id].autoConf = R"({"domain":"b"})";
+  columns[id].vital = R"({"uptime":1})";
+  WriteCompleteConfigInstances(columns, OperationContext(), conn_);
   EXPECT_EQ(Column(id, "UserValue"), R"({"domain":"a"})");
   EXPECT_EQ(Column(id, "AutoConfValue"), R"({"domain":"b"})");
   EXPECT_EQ(Column(id, "VitalValue"), R"({"uptime":1})");
@@ -196,10 +195,10 @@ TEST_F(WriteRowsTest, WriteCompleteWritesEveryLayerAndClearsDesiredValue) {
 }
 
 TEST_F(WriteRowsTest, WriteCompleteNeedsASchema) {
-  ColumnMapsById columns;
-  columns[ConfigStoreObjectId("nokey", "sys", "corv")]["UserValue"] = "{}";
+  RowLayersById columns;
+  columns[ConfigStoreObjectId("nokey", "sys", "corv")].user = "{}";
   try {
-    WriteCompleteConfigInstances(columns, conn_);
+    WriteCompleteConfigInstances(columns, OperationContext(), conn_);
     FAIL() << "did not throw";
   } catch (const ConfigStoreException& e) {
     EXPECT_EQ(e.GetErrorCode(), 1037);
@@ -212,7 +211,7 @@ TEST_F(WriteRowsTest, SetInternalNeedsASchemaInTheCache) {
       id, id, std::nullopt, CreateDocumentFromString(R"({"a":1})"), nullptr, "1.0", "", "", -1,
       false, nullptr, nullptr));
   try {
-    SetInternal(object, CorvSchemaStore::SchemaStore::GetCache(), EXTERNAL, conn_);
+    SetInternal(object, EXTERNAL, OperationContext(), conn_);
     FAIL() << "did not throw";
   } catch (const ConfigStoreException& e) {
     EXPECT_EQ(e.GetErrorCode(), 1037);
@@ -223,16 +222,16 @@ TEST_F(WriteRowsTest, SetInternalNeedsASchemaInTheCache) {
 TEST_F(WriteRowsTest, WriteCompleteInUpgradeContextTwoKeepsAnUnconfirmedFlagForLaterEntries) {
   ConfigStoreObjectId late = Id("late", "sys");  // not applied during upgrades
   ConfigStoreObjectId motd = Id("motd", "sys");
-  ColumnMapsById columns;
-  columns[late]["UserValue"] = R"({"text":"l"})";
-  columns[motd]["UserValue"] = R"({"text":"m"})";
+  RowLayersById columns;
+  columns[late].user = R"({"text":"l"})";
+  columns[motd].user = R"({"text":"m"})";
 
-  WriteCompleteConfigInstances(columns, conn_);
+  WriteCompleteConfigInstances(columns, OperationContext(), conn_);
   EXPECT_EQ(Column(late, "Success"), "1");
   EXPECT_EQ(Column(motd, "Success"), "1");
 
   SetUpgradeCtx(2);
-  WriteCompleteConfigInstances(columns, conn_);
+  WriteCompleteConfigInstances(columns, OperationContext(), conn_);
   bool motdAfterLate = false, seenLate = false;
   for (const auto& entry : columns) {
     if (entry.first == late) seenLate = true;
@@ -242,9 +241,9 @@ TEST_F(WriteRowsTest, WriteCompleteInUpgradeContextTwoKeepsAnUnconfirmedFlagForL
   EXPECT_EQ(Column(motd, "Success"), motdAfterLate ? "0" : "1");
 
   // Alone, an entry whose schema applies during upgrades stays confirmed.
-  ColumnMapsById single;
-  single[motd]["UserValue"] = R"({"text":"m"})";
-  WriteCompleteConfigInstances(single, conn_);
+  RowLayersById single;
+  single[motd].user = R"({"text":"m"})";
+  WriteCompleteConfigInstances(single, OperationContext(), conn_);
   EXPECT_EQ(Column(motd, "Success"), "1");
 }
 
@@ -253,7 +252,7 @@ TEST_F(WriteRowsTest, SetInternalSplitsTheObjectIntoItsLayers) {
   ObjectPtr object = Make(id, R"({"domain":"x.org","uptime":5,"lastSync":"now",
       "hosts":[{"name":"a","ip":"1.1.1.1","seen":3},{"name":"b","ip":"2.2.2.2"}],
       "hw":{"serial":"SN1"},"options":{"rotate":true}})");
-  SetInternal(object, CorvSchemaStore::SchemaStore::GetCache(), EXTERNAL, conn_);
+  SetInternal(object, EXTERNAL, OperationContext(), conn_);
   EXPECT_TRUE(JsonEqual(
       R"({"domain":"x.org","hosts":[{"name":"a","ip":"1.1.1.1"},{"name":"b","ip":"2.2.2.2"}],
           "options":{"rotate":true}})",
@@ -265,8 +264,7 @@ TEST_F(WriteRowsTest, SetInternalSplitsTheObjectIntoItsLayers) {
   EXPECT_EQ(Column(id, "Version"), "2.1");
 
   // An internal caller's user part goes to the auto-configuration layer.
-  SetInternal(Make(id, R"({"domain":"auto.org","uptime":6})"),
-              CorvSchemaStore::SchemaStore::GetCache(), INTERNAL, conn_);
+  SetInternal(Make(id, R"({"domain":"auto.org","uptime":6})"), INTERNAL, OperationContext(), conn_);
   EXPECT_EQ(Column(id, "AutoConfValue"), R"({"domain":"auto.org"})");
   EXPECT_EQ(Column(id, "UserValue"), "<null>");
   EXPECT_EQ(Column(id, "VitalValue"), R"({"uptime":6})");
@@ -277,7 +275,7 @@ TEST_F(WriteRowsTest, SetInternalSplitsTheObjectIntoItsLayers) {
 TEST_F(WriteRowsTest, SetInstancesInternalWritesEveryInstance) {
   ObjectList objects = {Make(Id("iface", "net", "eth0"), R"({"mtu":1500,"speed":100})"),
                         Make(Id("iface", "net", "eth1"), R"({"carrier":true})")};
-  SetInstancesInternal(objects, EXTERNAL, CorvSchemaStore::SchemaStore::GetCache(), conn_);
+  SetInstancesInternal(objects, EXTERNAL, OperationContext(), conn_);
   ConfigStoreObjectId eth0 = Id("iface", "net", "eth0"), eth1 = Id("iface", "net", "eth1");
   EXPECT_TRUE(JsonEqual(R"({"name":"eth0","mtu":1500})", Column(eth0, "UserValue")));
   EXPECT_TRUE(JsonEqual(R"({"name":"eth0","speed":100})", Column(eth0, "VitalValue")));
@@ -437,7 +435,7 @@ TEST_F(WriteRowsTest, DeletesRemoveRowsOrOneLayer) {
                   "ConfigGroup = 'net' AND UserValue IS NULL AND VitalValue IS NULL "
                   "AND CachedValue IS NULL AND AutoConfValue IS NULL AND Revision = 4"),
             2);
-  EXPECT_EQ(GetInternal(a, conn_, Schema(a)), nullptr);
+  EXPECT_EQ(GetInternal(a, conn_, Schema(a), OperationContext()), nullptr);
   // Another group is not touched.
   EXPECT_EQ(Column(Id("iface", "lab", "a"), "VitalValue"), R"({"speed":2})");
 
@@ -451,10 +449,10 @@ TEST_F(WriteRowsTest, DeletesRemoveRowsOrOneLayer) {
 
 TEST_F(WriteRowsTest, DeletingTheUserLayerOfASingletonLeavesARowThatReadsEmpty) {
   ConfigStoreObjectId id = Id("motd", "sys");
-  WriteUserConfigInstances({Make(id, R"({"text":"a"})")}, conn_, true);
+  WriteUserConfigInstances({Make(id, R"({"text":"a"})")}, conn_, true, OperationContext());
   DeleteUserConfigInstances(Id("motd", "sys"), conn_);
   EXPECT_EQ(Column(id, "Revision"), "1");
-  EXPECT_EQ(GetInternal(id, conn_, Schema(id)), nullptr);
+  EXPECT_EQ(GetInternal(id, conn_, Schema(id), OperationContext()), nullptr);
 }
 
 TEST_F(WriteRowsTest, DeletesReportTheirFailure) {

@@ -18,26 +18,31 @@ class RuleChecksTest : public CorvTest::ValidationTest {
 
 const char* kBootRefusal = "API cannot be invoked with EXTERNAL context during boot";
 
+// The phase of an operation: the upgrade context and the boot flag.
+OperationContext Phase(int upgrade, bool boot) { return OperationContext(upgrade, boot); }
+
 TEST_F(RuleChecksTest, ExternalWritesAreRefusedDuringBoot) {
-  SetUpgradeCtx(0);
-  auto e = ExpectValidationException([] { checkUserContext(true, EXTERNAL); }, 2000, kBootRefusal);
+  auto e = ExpectValidationException([] { checkUserContext(Phase(0, true), EXTERNAL); }, 2000,
+                                     kBootRefusal);
   EXPECT_TRUE(e.GetErrors().empty());
 }
 
 TEST_F(RuleChecksTest, OutsideBootOrInternalWritesPass) {
-  SetUpgradeCtx(0);
-  EXPECT_NO_THROW(checkUserContext(false, EXTERNAL));
-  EXPECT_NO_THROW(checkUserContext(false, INTERNAL));
-  EXPECT_NO_THROW(checkUserContext(true, INTERNAL));
+  EXPECT_NO_THROW(checkUserContext(Phase(0, false), EXTERNAL));
+  EXPECT_NO_THROW(checkUserContext(Phase(0, false), INTERNAL));
+  EXPECT_NO_THROW(checkUserContext(Phase(0, true), INTERNAL));
 }
 
 TEST_F(RuleChecksTest, AnUpgradeLetsExternalWritesThroughDuringBoot) {
+  EXPECT_NO_THROW(checkUserContext(Phase(1, true), EXTERNAL));
+  EXPECT_NO_THROW(checkUserContext(Phase(2, true), EXTERNAL));
+  ExpectValidationException([] { checkUserContext(Phase(0, true), EXTERNAL); }, 2000,
+                            kBootRefusal);
+}
+
+TEST_F(RuleChecksTest, ThePhaseIsTakenFromTheProcessWhenNotGiven) {
   SetUpgradeCtx(1);
-  EXPECT_NO_THROW(checkUserContext(true, EXTERNAL));
-  SetUpgradeCtx(2);
-  EXPECT_NO_THROW(checkUserContext(true, EXTERNAL));
-  SetUpgradeCtx(0);
-  ExpectValidationException([] { checkUserContext(true, EXTERNAL); }, 2000, kBootRefusal);
+  EXPECT_NO_THROW(checkUserContext(OperationContext(), EXTERNAL));
 }
 
 TEST_F(RuleChecksTest, NextBootStoreNeedsTheRebootRequiredTag) {

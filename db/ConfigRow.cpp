@@ -1,0 +1,206 @@
+// Typed rows: the one place that knows the tables' column names, the
+// readers that fill rows from a statement, and layer objects made from one
+// value column of a row.
+#include "db/ConfigRow.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "core/Json.h"
+#include "core/Throw.h"
+#include "object/ConfigStoreObjectImpl.h"
+#include "object/JsonDoc.h"
+#include "sqlite/DBError.h"
+
+namespace CorvConfigStore {
+namespace {
+
+// Where a result column goes in a row.
+enum class Field {
+  kIgnored,
+  kComponent,
+  kGroup,
+  kName,
+  kIdentifier,
+  kVersion,
+  kCreationTime,
+  kModifiedTime,
+  kRevision,
+  kSuccess,
+  kLayer,
+};
+
+struct ColumnName {
+  const char* name;
+  Field field;
+  Layer layer;
+};
+
+constexpr ColumnName kColumns[] = {
+    {"Component", Field::kComponent, Layer::kNone},
+    {"ConfigGroup", Field::kGroup, Layer::kNone},
+    {"Name", Field::kName, Layer::kNone},
+    {"Identifier", Field::kIdentifier, Layer::kNone},
+    {"Version", Field::kVersion, Layer::kNone},
+    {"CreationTime", Field::kCreationTime, Layer::kNone},
+    {"ModifiedTime", Field::kModifiedTime, Layer::kNone},
+    {"Revision", Field::kRevision, Layer::kNone},
+    {"Success", Field::kSuccess, Layer::kNone},
+    {"UserValue", Field::kLayer, Layer::kUser},
+    {"DesiredValue", Field::kLayer, Layer::kDesired},
+    {"AutoConfValue", Field::kLayer, Layer::kAutoConf},
+    {"VitalValue", Field::kLayer, Layer::kVital},
+    {"CachedValue", Field::kLayer, Layer::kCached},
+    {"Value", Field::kLayer, Layer::kValue},
+};
+
+const char* LayerColumn(Layer layer) {
+  for (const ColumnName& column : kColumns)
+    if (column.field == Field::kLayer && column.layer == layer) return column.name;
+  return "";
+}
+
+// Fills rows from the result columns of one execution. The columns of a
+// statement are the same in every row, so their names are matched once.
+class RowFiller {
+ public:
+  void Fill(ConfigRow& row, int count, char** values, char** names) {
+    if (columns_.empty()) Resolve(count, names);
+    row.found = true;
+    for (int i = 0; i < count; ++i) {
+      if (values[i] == nullptr) continue;
+      const ColumnName& column = *columns_[static_cast<size_t>(i)];
+      const char* value = values[i];
+      switch (column.field) {
+        case Field::kIgnored: break;
+        case Field::kComponent: row.component = value; break;
+        case Field::kGroup: row.group = value; break;
+        case Field::kName: row.name = value; break;
+        case Field::kIdentifier: row.identifier = value; break;
+        case Field::kVersion: row.version = value; break;
+        case Field::kCreationTime: row.creationTime = value; break;
+        case Field::kModifiedTime: row.modifiedTime = value; break;
+        case Field::kRevision:
+          row.revision = static_cast<int>(std::strtol(value, nullptr, 10));
+          break;
+        case Field::kSuccess: row.confirmed = std::strcmp(value, "1") == 0; break;
+        case Field::kLayer: row.layers[static_cast<size_t>(column.layer)] = value; break;
+      }
+    }
+  }
+
+ private:
+  void Resolve(int count, char** names) {
+    static constexpr ColumnName kUnknown = {"", Field::kIgnored, Layer::kNone};
+    columns_.assign(static_cast<size_t>(count), &kUnknown);
+    for (int i = 0; i < count; ++i)
+      for (const ColumnName& column : kColumns)
+        if (std::strcmp(names[i], column.name) == 0) columns_[static_cast<size_t>(i)] = &column;
+  }
+
+  std::vector<const ColumnName*> columns_;
+};
+
+}  // namespace
+
+DBStore::SqlParams KeyParams(const ConfigStoreObjectId& id) {
+  return {DBStore::SqlParam::Text(id.key), DBStore::SqlParam::Text(id.group),
+          DBStore::SqlParam::Text(id.component)};
+}
+
+DBStore::SqlParams InstanceParams(const ConfigStoreObjectId& id) {
+  DBStore::SqlParams params = KeyParams(id);
+  params.push_back(DBStore::SqlParam::Text(id.instanceId));
+  return params;
+}
+
+DBStore::SqlParams NumberedParams(const ConfigStoreObjectId& id, const std::string& version) {
+  return {DBStore::SqlParam::Text(id.instanceId), DBStore::SqlParam::Text(id.key),
+          DBStore::SqlParam::Text(id.group), DBStore::SqlParam::Text(id.component),
+          DBStore::SqlParam::Text(version)};
+}
+
+DBStore::SqlParam TextOrNull(const std::string& text) {
+  return text.empty() ? DBStore::SqlParam::Null() : DBStore::SqlParam::Text(text);
+}
+
+void ExecuteWrite(const Connection& conn, const DBStore::SqlStatement& statement,
+                  const DBStore::SqlParams& params, const std::string& message) {
+  if (DBStore::ExecuteStmt(conn, statement, params, nullptr, kStmtTimeLimit) != DBStore::kSuccess)
+    DBStore::ThrowFailure(conn, message);
+}
+
+ConfigRow ReadRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                  const DBStore::SqlParams& params, const std::string& message) {
+  ConfigRow row;
+  RowFiller filler;
+  if (DBStore::ExecuteStmt(
+          conn, statement, params,
+          [&](int count, char** values, char** names) {
+            filler.Fill(row, count, values, names);
+            return 0;
+          },
+          kStmtTimeLimit) != DBStore::kSuccess)
+    DBStore::ThrowFailure(conn, message);
+  return row;
+}
+
+ConfigRows ReadRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                    const DBStore::SqlParams& params, const std::string& message) {
+  ConfigRows rows;
+  RowFiller filler;
+  if (DBStore::ExecuteStmt(
+          conn, statement, params,
+          [&](int count, char** values, char** names) {
+            rows.emplace_back();
+            filler.Fill(rows.back(), count, values, names);
+            return 0;
+          },
+          kStmtTimeLimit) != DBStore::kSuccess)
+    DBStore::ThrowFailure(conn, message);
+  return rows;
+}
+
+ConfigRows CollectRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                       const DBStore::SqlParams& params) {
+  return ReadRows(conn, statement, params, "Get store rows failed.");
+}
+
+ConfigRow ReadObjectRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                        const ConfigStoreObjectId& id) {
+  return ReadRow(conn, statement, InstanceParams(id), "Get failed: " + id.toString());
+}
+
+ConfigRows ReadInstanceRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                            const ConfigStoreObjectId& id) {
+  return ReadRows(conn, statement, KeyParams(id), "Read Instances failed for: " + id.toString());
+}
+
+ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                          const ConfigRow& row, Layer layer) {
+  if (!row.Has(layer)) return nullptr;
+  const std::string& text = *row.Get(layer);
+  auto document = std::make_shared<JsonDocument>();
+  std::string error;
+  if (!ParseJson(text.data(), text.size(), *document, &error) || !document->IsObject()) {
+    std::string reason = error.empty() ? "not a JSON object" : error;
+    std::string message = "JSON error: column " + std::string(LayerColumn(layer)) + " of " +
+                          id.toString() + " does not hold a JSON object: " + reason;
+    throw ConfigStoreException(CS_ERR_JSON, message.c_str());
+  }
+  auto impl = std::make_shared<ConfigStoreObjectImpl>(
+      id, id, std::nullopt, std::make_shared<JsonDoc>(document), schema, row.version,
+      row.creationTime, row.modifiedTime, row.revision, true, nullptr, nullptr);
+  return std::make_shared<ConfigStoreObject>(impl);
+}
+
+Layer RunTimeUserLayer(const ConfigRow& row, const OperationContext& context) {
+  if (context.Upgrading()) return row.Has(Layer::kDesired) ? Layer::kDesired : Layer::kUser;
+  return ConfirmedUserLayer(row);
+}
+
+Layer ConfirmedUserLayer(const ConfigRow& row) {
+  return row.confirmed ? Layer::kUser : Layer::kNone;
+}
+
+}  // namespace CorvConfigStore

@@ -1,0 +1,125 @@
+// Rows as the row layer reads them: a typed row of the store's tables, the
+// readers that fill rows from a statement, the parameter lists of a row key,
+// and the layer objects built from one value column of a row. Column names
+// appear nowhere above this layer.
+#pragma once
+
+#include <corvconfigstore/ConfigStoreObject.h>
+#include <corvconfigstore/ObjectId.h>
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "db/OperationContext.h"
+#include "db/Statements.h"
+
+namespace CorvSchemaStore {
+class SchemaObject;
+}
+
+namespace CorvConfigStore {
+
+using Connection = std::shared_ptr<DBStore::StoreConnection>;
+using SchemaPtr = std::shared_ptr<CorvSchemaStore::SchemaObject>;
+using ObjectPtr = std::shared_ptr<ConfigStoreObject>;
+using ObjectList = std::vector<ObjectPtr>;
+
+// The value columns of a row. kValue is the single value of a default row,
+// of a next-boot row, and of the reads that compute one value per row (the
+// desired value, the kernel options, the raw store contents).
+enum class Layer { kNone, kUser, kDesired, kAutoConf, kVital, kCached, kValue };
+
+// One result row. A column the statement did not select, or that holds SQL
+// NULL, is empty (a layer) or keeps its default (the other members).
+struct ConfigRow {
+  // Whether any column of the row was read: a statement that matched no row
+  // leaves it false.
+  bool found = false;
+  std::string component;
+  std::string group;
+  std::string name;
+  std::string identifier;
+  std::string version;
+  std::string creationTime;
+  std::string modifiedTime;
+  int revision = kDefaultRevision;
+  // Success is 1: the user value is confirmed.
+  bool confirmed = false;
+  std::array<std::optional<std::string>, 7> layers;
+
+  const std::optional<std::string>& Get(Layer layer) const {
+    return layers[static_cast<size_t>(layer)];
+  }
+  bool Has(Layer layer) const { return layer != Layer::kNone && Get(layer).has_value(); }
+};
+using ConfigRows = std::vector<ConfigRow>;
+
+// The identifier of one instance of id's object.
+inline ConfigStoreObjectId WithInstanceId(const ConfigStoreObjectId& id,
+                                          const std::string& instanceId) {
+  return ConfigStoreObjectId(id.key, id.group, id.component, instanceId);
+}
+
+// Parameters of a row key: Name, ConfigGroup, Component.
+DBStore::SqlParams KeyParams(const ConfigStoreObjectId& id);
+// Name, ConfigGroup, Component, Identifier.
+DBStore::SqlParams InstanceParams(const ConfigStoreObjectId& id);
+// The numbered form: ?1 Identifier, ?2 Name, ?3 ConfigGroup, ?4 Component,
+// ?5 Version.
+DBStore::SqlParams NumberedParams(const ConfigStoreObjectId& id, const std::string& version);
+
+// A text parameter, or NULL when the text is empty.
+DBStore::SqlParam TextOrNull(const std::string& text);
+
+// Runs a statement that returns no rows; a failure throws
+// ConfigStoreException 2000 with message and the database's reason.
+void ExecuteWrite(const Connection& conn, const DBStore::SqlStatement& statement,
+                  const DBStore::SqlParams& params, const std::string& message);
+
+// Runs statement and folds every result row into one: a later row's
+// non-NULL columns overwrite an earlier row's. A failure throws
+// ConfigStoreException 2000 with message and the database's reason.
+ConfigRow ReadRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                  const DBStore::SqlParams& params, const std::string& message);
+
+// Runs statement and keeps one row per result row; a failure throws as
+// ReadRow does.
+ConfigRows ReadRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                    const DBStore::SqlParams& params, const std::string& message);
+
+// The collector of the raw reads: throws ConfigStoreException 2000 "Get
+// store rows failed." when the statement fails; no rows is an empty list.
+ConfigRows CollectRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                       const DBStore::SqlParams& params);
+
+// Reads one row of an object: binds Name, ConfigGroup, Component and
+// Identifier of id. Throws ConfigStoreException 2000 "Get failed: <id>" when
+// the statement fails; no matching row gives a row that was not found.
+ConfigRow ReadObjectRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                        const ConfigStoreObjectId& id);
+
+// Reads every row of an object: binds Name, ConfigGroup and Component of id.
+// Throws ConfigStoreException 2000 "Read Instances failed for: <id>" when
+// the statement fails.
+ConfigRows ReadInstanceRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                            const ConfigStoreObjectId& id);
+
+// The layer object of one value column: the column's JSON, with the row's
+// version, creation and modification time and revision; empty when the
+// column is empty or layer is kNone. Text that is not one JSON object raises
+// ConfigStoreException 1082.
+ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                          const ConfigRow& row, Layer layer);
+
+// The layer that holds a row's user value at run time: with an upgrade in
+// progress the desired value when present, else the user value; otherwise
+// the user value only when it is confirmed, and none when it is not.
+Layer RunTimeUserLayer(const ConfigRow& row, const OperationContext& context);
+
+// The user value of a confirmed row only.
+Layer ConfirmedUserLayer(const ConfigRow& row);
+
+}  // namespace CorvConfigStore
