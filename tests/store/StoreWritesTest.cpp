@@ -1,6 +1,7 @@
 // Single-object writes and deletes through the store handle: which layer
 // of the row each writes, their checks, traces and failures.
 #include "StoreFixture.h"
+#include "store/ConfigStoreImpl.h"
 
 using namespace CorvConfigStore;
 using namespace CorvTest;
@@ -240,6 +241,37 @@ TEST_F(StoreWritesTest, UpdateWritesOnlyTheCallersLayer) {
       JsonEqual(R"({"ttl":30,"domain":"auto.org"})", raw_->Column(kDns, "AutoConfValue")));
   EXPECT_TRUE(JsonEqual(R"({"domain":"user.org","ttl":30,"uptime":1})",
                         store_->Get(kDns)->GetData()));
+}
+
+// Counts the statements run on a connection that read rows of the Config
+// table, from the moment it is made until it goes out of scope.
+class ConfigReadCounter {
+ public:
+  explicit ConfigReadCounter(sqlite3* db) : db_(db) {
+    sqlite3_trace_v2(db_, SQLITE_TRACE_STMT, &ConfigReadCounter::OnStatement, this);
+  }
+  ~ConfigReadCounter() { sqlite3_trace_v2(db_, 0, nullptr, nullptr); }
+  int Reads() const { return reads_; }
+
+ private:
+  static int OnStatement(unsigned, void* self, void* stmt, void*) {
+    std::string sql = sqlite3_sql(static_cast<sqlite3_stmt*>(stmt));
+    if (sql.rfind("SELECT", 0) == 0 && sql.find("FROM Config") != std::string::npos)
+      ++static_cast<ConfigReadCounter*>(self)->reads_;
+    return 0;
+  }
+
+  sqlite3* db_;
+  int reads_ = 0;
+};
+
+TEST_F(StoreWritesTest, UpdateReadsItsRowOnce) {
+  store_->Set(MakeObject(kDns, R"({"domain":"a.org","uptime":1})"), EXTERNAL);
+  auto impl = std::static_pointer_cast<ConfigStoreImpl>(store_);
+  ConfigReadCounter counter(impl->GetConnection()->Handle());
+  store_->Update(MakeObject(kDns, R"({"ttl":60})"), EXTERNAL);
+  EXPECT_EQ(counter.Reads(), 1);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"a.org","ttl":60})", raw_->Column(kDns, "UserValue")));
 }
 
 TEST_F(StoreWritesTest, UpdateOfUserDataClearsAPendingValueAndNonUserDataKeepsIt) {
