@@ -129,8 +129,6 @@ bool StoreObject::IsEmpty() const { return impl_->IsEmpty(); }
 
 bool StoreObject::CheckKey(const char* key) const { return impl_->CheckKey(key); }
 
-void* StoreObject::GetValuePtr(const char* key) const { return impl_->GetValuePtr(key); }
-
 std::string StoreObject::GetData() const { return impl_->GetData(); }
 
 void StoreObject::SetData(const char* text) { impl_->SetData(text); }

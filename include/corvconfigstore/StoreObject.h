@@ -97,9 +97,6 @@ class CORV_EXPORT StoreObject {
   bool IsEmpty() const;
   // True when the member exists, even with value null.
   bool CheckKey(const char* key) const;
-  // The member's JSON value (a value of the library's JSON layer, see
-  // <corvconfigstore/Json.h>), or null when absent or JSON null.
-  void* GetValuePtr(const char* key) const;
 
   // The object's JSON as compact text.
   std::string GetData() const;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ObjectTestSupport.h"
+#include "object/ObjectAccess.h"
 
 using namespace CorvConfigStore;
 using CorvTest::StoreObjectFrom;
@@ -207,7 +208,7 @@ TEST(StoreObjectReadTest, EmptyKeyRefusedInEveryRead) {
       [&](const char* k) { object.GetValue(k, &vb); },
       [&](const char* k) { object.GetValue(k, &vs); },
       [&](const char* k) { object.GetValueBinary(k, &data, &length); },
-      [&](const char* k) { object.GetValuePtr(k); },
+      [&](const char* k) { ImplOf(object).GetValuePtr(k); },
   };
   for (auto& read : reads) {
     EXPECT_TRUE(Throws<InvalidArgumentException>([&] { read(""); }, 2000, "key cannot be empty"));
@@ -309,9 +310,9 @@ TEST(StoreObjectReadTest, ReadsNeverChangeTheObject) {
 
 TEST(StoreObjectReadTest, GetValuePtrSkipsNull) {
   StoreObject object = StoreObjectFrom(R"({"n":null,"a":{"b":1}})");
-  EXPECT_EQ(object.GetValuePtr("n"), nullptr);
-  EXPECT_EQ(object.GetValuePtr("missing"), nullptr);
-  auto* value = static_cast<JsonValue*>(object.GetValuePtr("a"));
+  EXPECT_EQ(ImplOf(object).GetValuePtr("n"), nullptr);
+  EXPECT_EQ(ImplOf(object).GetValuePtr("missing"), nullptr);
+  const JsonValue* value = ImplOf(object).GetValuePtr("a");
   ASSERT_NE(value, nullptr);
   EXPECT_EQ(JsonToString(*value), R"({"b":1})");
 }

@@ -72,7 +72,7 @@ TEST(StoreObjectWriteTest, StringValueCanComeFromTheObjectItself) {
   StoreObject object = StoreObjectFrom(R"({"a":"shared","b":"x"})");
   std::string a;
   object.GetValue("a", &a);
-  const char* inside = static_cast<JsonValue*>(object.GetValuePtr("a"))->GetString();
+  const char* inside = ImplOf(object).GetValuePtr("a")->GetString();
   object.SetValue("a", inside);
   object.SetValue("c", inside);
   EXPECT_EQ(object.GetData(), R"({"a":"shared","b":"x","c":"shared"})");
