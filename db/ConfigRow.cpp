@@ -101,6 +101,23 @@ class RowFiller {
   std::vector<const ColumnName*> columns_;
 };
 
+// Runs statement and fills, from each result row, the row next gives. A
+// failure throws ConfigStoreException 2000 with message and the database's
+// reason.
+template <typename Next>
+void Collect(const Connection& conn, const DBStore::SqlStatement& statement,
+             const DBStore::SqlParams& params, const std::string& message, Next next) {
+  RowFiller filler;
+  if (DBStore::ExecuteStmt(
+          conn, statement, params,
+          [&](int count, char** values, char** names) {
+            filler.Fill(next(), count, values, names);
+            return 0;
+          },
+          kStmtTimeLimit) != DBStore::kSuccess)
+    DBStore::ThrowFailure(conn, message);
+}
+
 }  // namespace
 
 DBStore::SqlParams KeyParams(const ConfigStoreObjectId& id) {
@@ -133,31 +150,17 @@ void ExecuteWrite(const Connection& conn, const DBStore::SqlStatement& statement
 ConfigRow ReadRow(const Connection& conn, const DBStore::SqlStatement& statement,
                   const DBStore::SqlParams& params, const std::string& message) {
   ConfigRow row;
-  RowFiller filler;
-  if (DBStore::ExecuteStmt(
-          conn, statement, params,
-          [&](int count, char** values, char** names) {
-            filler.Fill(row, count, values, names);
-            return 0;
-          },
-          kStmtTimeLimit) != DBStore::kSuccess)
-    DBStore::ThrowFailure(conn, message);
+  Collect(conn, statement, params, message, [&row]() -> ConfigRow& { return row; });
   return row;
 }
 
 ConfigRows ReadRows(const Connection& conn, const DBStore::SqlStatement& statement,
                     const DBStore::SqlParams& params, const std::string& message) {
   ConfigRows rows;
-  RowFiller filler;
-  if (DBStore::ExecuteStmt(
-          conn, statement, params,
-          [&](int count, char** values, char** names) {
-            rows.emplace_back();
-            filler.Fill(rows.back(), count, values, names);
-            return 0;
-          },
-          kStmtTimeLimit) != DBStore::kSuccess)
-    DBStore::ThrowFailure(conn, message);
+  Collect(conn, statement, params, message, [&rows]() -> ConfigRow& {
+    rows.emplace_back();
+    return rows.back();
+  });
   return rows;
 }
 
