@@ -4,7 +4,11 @@
 namespace CorvConfigStore {
 
 void ThrowBeginTransactionFailed(const char* operation) {
-  ThrowGeneral(std::string("Begin Transaction failed for: ") + operation);
+  ThrowGeneral(BeginTransactionFailedMessage(operation));
+}
+
+std::string BeginTransactionFailedMessage(const char* operation) {
+  return std::string("Begin Transaction failed for: ") + operation;
 }
 
 void ThrowInvalidType(const char* name) {

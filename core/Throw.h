@@ -52,6 +52,9 @@ template <typename T, typename D>
 
 // ConfigStoreException 2000 "Begin Transaction failed for: <operation>".
 [[noreturn]] void ThrowBeginTransactionFailed(const char* operation);
+// The message of ThrowBeginTransactionFailed, for a caller that adds the
+// database's reason to the exception.
+std::string BeginTransactionFailedMessage(const char* operation);
 
 // InvalidTypeException 2000 "Invalid type specified for: <name>".
 [[noreturn]] void ThrowInvalidType(const char* name);
