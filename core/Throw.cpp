@@ -20,4 +20,11 @@ void ThrowGeneral(const std::string& message) {
   throw ConfigStoreException(CS_ERR_GENERAL, message.c_str());
 }
 
+void ThrowWrapped(const std::string& prefix, const std::exception& cause) {
+  ConfigStoreException wrapper(CS_ERR_GENERAL, (prefix + cause.what()).c_str());
+  if (const auto* inner = dynamic_cast<const ConfigStoreException*>(&cause))
+    for (const std::string& detail : inner->GetDetails()) wrapper.AddDetail(detail);
+  throw wrapper;
+}
+
 }  // namespace CorvConfigStore

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 
 #include "core/ErrorMessages.h"
@@ -61,5 +62,10 @@ std::string BeginTransactionFailedMessage(const char* operation);
 
 // ConfigStoreException 2000 with a fixed message.
 [[noreturn]] void ThrowGeneral(const std::string& message);
+
+// ConfigStoreException 2000 with prefix followed by cause's what(). When the
+// cause is a store exception its details go over to the new one, so that
+// wrapping a failure in another message keeps why it happened.
+[[noreturn]] void ThrowWrapped(const std::string& prefix, const std::exception& cause);
 
 }  // namespace CorvConfigStore
