@@ -4,7 +4,11 @@
 namespace CorvConfigStore {
 
 void ThrowBeginTransactionFailed(const char* operation) {
-  ThrowGeneral(std::string("Begin Transaction failed for: ") + operation);
+  ThrowGeneral(BeginTransactionFailedMessage(operation));
+}
+
+std::string BeginTransactionFailedMessage(const char* operation) {
+  return std::string("Begin Transaction failed for: ") + operation;
 }
 
 void ThrowInvalidType(const char* name) {
@@ -14,6 +18,13 @@ void ThrowInvalidType(const char* name) {
 
 void ThrowGeneral(const std::string& message) {
   throw ConfigStoreException(CS_ERR_GENERAL, message.c_str());
+}
+
+void ThrowWrapped(const std::string& prefix, const std::exception& cause) {
+  ConfigStoreException wrapper(CS_ERR_GENERAL, (prefix + cause.what()).c_str());
+  if (const auto* inner = dynamic_cast<const ConfigStoreException*>(&cause))
+    for (const std::string& detail : inner->GetDetails()) wrapper.AddDetail(detail);
+  throw wrapper;
 }
 
 }  // namespace CorvConfigStore

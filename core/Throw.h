@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 
 #include "core/ErrorMessages.h"
@@ -52,11 +53,19 @@ template <typename T, typename D>
 
 // ConfigStoreException 2000 "Begin Transaction failed for: <operation>".
 [[noreturn]] void ThrowBeginTransactionFailed(const char* operation);
+// The message of ThrowBeginTransactionFailed, for a caller that adds the
+// database's reason to the exception.
+std::string BeginTransactionFailedMessage(const char* operation);
 
 // InvalidTypeException 2000 "Invalid type specified for: <name>".
 [[noreturn]] void ThrowInvalidType(const char* name);
 
 // ConfigStoreException 2000 with a fixed message.
 [[noreturn]] void ThrowGeneral(const std::string& message);
+
+// ConfigStoreException 2000 with prefix followed by cause's what(). When the
+// cause is a store exception its details go over to the new one, so that
+// wrapping a failure in another message keeps why it happened.
+[[noreturn]] void ThrowWrapped(const std::string& prefix, const std::exception& cause);
 
 }  // namespace CorvConfigStore

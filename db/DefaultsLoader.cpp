@@ -18,6 +18,8 @@
 #include "core/JsonFile.h"
 #include "jsonschema/JsonValidator.h"
 #include "schema/SchemaStore.h"
+#include "sqlite/DBError.h"
+#include "sqlite/Transaction.h"
 
 namespace CorvConfigStore {
 
@@ -99,7 +101,7 @@ KeyDefaults DefaultsOfKey(const ConfigStoreObjectId& id, const SchemaPtr& schema
     try {
       instanceId = GetInstanceIdFromValue(instance, schema);
     } catch (const ConfigStoreException& e) {
-      ThrowGeneral("Defaults of " + where + ": " + e.what());
+      ThrowWrapped("Defaults of " + where + ": ", e);
     }
     if (instanceId.empty()) ThrowGeneral("Defaults of " + where + " have an empty instance id");
     if (!seen.insert(instanceId).second)
@@ -150,8 +152,7 @@ int LoadDefaultsFile(const std::string& path) {
   std::string database = DBStore::ConfigStorePath();
   Connection connection = DBStore::GetConnection(DBStore::CONFIG_STORE);
   if (!connection) ThrowException<ConfigStoreException>(CS_ERR_DB_CONNECTION, database.c_str());
-  if (DBStore::BeginTransaction(connection) != DBStore::kSuccess)
-    ThrowBeginTransactionFailed("LoadDefaultsFile");
+  DBStore::Transaction transaction(connection, "LoadDefaultsFile");
   int written = 0;
   for (const KeyDefaults& key : keys) {
     bool ok = DBStore::ExecuteStmt(connection, kDeleteDefaults, KeyParams(key.id), nullptr,
@@ -159,18 +160,12 @@ int LoadDefaultsFile(const std::string& path) {
     for (size_t i = 0; ok && i < key.rows.size(); ++i, ++written)
       ok = DBStore::ExecuteStmt(connection, kWriteDefault, key.rows[i], nullptr,
                                 DBStore::kDefaultTimeLimit) == DBStore::kSuccess;
-    if (!ok) {
-      std::string reason = connection->LastError();
-      DBStore::CancelTransaction(connection);
-      ThrowGeneral("Cannot write the defaults of " + key.id.component + "." + key.id.group + "." +
-                   key.id.key + " to " + database + ": " + reason);
-    }
+    if (!ok)
+      DBStore::ThrowFailure(connection, "Cannot write the defaults of " + key.id.component + "." +
+                                            key.id.group + "." + key.id.key + " to " + database +
+                                            ": " + connection->LastError());
   }
-  if (DBStore::CommitTransaction(connection) != DBStore::kSuccess) {
-    std::string reason = connection->LastError();
-    DBStore::CancelTransaction(connection);
-    ThrowGeneral("Cannot commit defaults file " + path + " to " + database + ": " + reason);
-  }
+  transaction.Commit("Cannot commit defaults file " + path + " to " + database);
   CSLogger::Log(2, "Loaded %d default rows of %d keys from %s into %s", written,
                 static_cast<int>(keys.size()), path.c_str(), database.c_str());
   return written;

@@ -8,13 +8,13 @@
 #include <exception>
 #include <unordered_set>
 
-#include "core/Throw.h"
 #include "db/ConfigRow.h"
 #include "db/WriteRows.h"
 #include "document/ImportExportInternal.h"
 #include "object/InstanceIdFromValue.h"
 #include "object/JsonDoc.h"
 #include "schema/SchemaStore.h"
+#include "sqlite/Transaction.h"
 #include "store/GetDBStore.h"
 #include "store/ObjectFactories.h"
 #include "validation/Validation.h"
@@ -134,26 +134,18 @@ bool Import(const std::string& docString, std::vector<ErrorInfo>& errors) {
   }
 
   auto connection = GetDBStore(DBStore::CONFIG_STORE, true);
-  if (DBStore::BeginTransaction(connection) != DBStore::kSuccess)
-    ThrowBeginTransactionFailed("Import");
-  try {
-    ObjectList written;
-    std::unordered_set<ConfigStoreObjectId> cleared;
-    for (const auto& entry : objects) {
-      if (entry.second) written.push_back(entry.second);
-      ConfigStoreObjectId configuration = WithInstanceId(entry.first, "");
-      if (cleared.insert(configuration).second) DeleteInstancesInternal(configuration, connection);
-    }
-    SetInstancesInternal(written, EXTERNAL, op, connection);
-    if (DBStore::CommitTransaction(connection) != DBStore::kSuccess)
-      ThrowGeneral("Commit transaction failed.");
-  } catch (...) {
-    // Nothing of a failed import may remain; the failure itself reaches the
-    // caller unchanged.
-    if (DBStore::CancelTransaction(connection) != DBStore::kSuccess)
-      CSLogger::Log(0, "%s: failed to cancel the transaction", "Import");
-    throw;
+  // Nothing of a failed import may remain; the failure itself reaches the
+  // caller unchanged.
+  DBStore::Transaction transaction(connection, "Import");
+  ObjectList written;
+  std::unordered_set<ConfigStoreObjectId> cleared;
+  for (const auto& entry : objects) {
+    if (entry.second) written.push_back(entry.second);
+    ConfigStoreObjectId configuration = WithInstanceId(entry.first, "");
+    if (cleared.insert(configuration).second) DeleteInstancesInternal(configuration, connection);
   }
+  SetInstancesInternal(written, EXTERNAL, op, connection);
+  transaction.Commit();
   return true;
 }
 

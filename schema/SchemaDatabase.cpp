@@ -1,7 +1,7 @@
 // The schema store database: creation, its table and view, and row access.
 #include "schema/SchemaDatabase.h"
 
-#include "core/Throw.h"
+#include "sqlite/DBError.h"
 
 namespace CorvSchemaStore {
 
@@ -22,7 +22,7 @@ const DBStore::SqlStatement kReadRows(
     "ORDER BY Component, ConfigGroup, Name");
 
 [[noreturn]] void Fail(const std::string& path, const std::string& reason) {
-  CorvConfigStore::ThrowGeneral("Cannot open schema store " + path + ": " + reason);
+  DBStore::ThrowFailure("Cannot open schema store " + path + ": " + reason, reason);
 }
 
 }  // namespace
@@ -32,8 +32,11 @@ std::shared_ptr<DBStore::StoreConnection> OpenSchemaDatabaseForWrite(const std::
   std::string failure;
   if (DBStore::CreateDatabaseFile(path, &created, &failure) != DBStore::kSuccess)
     Fail(path, failure);
-  std::shared_ptr<DBStore::StoreConnection> connection = DBStore::StoreConnection::Open(path);
-  std::string reason = connection ? "" : "not a database or not readable";
+  std::string reason;
+  auto connection = DBStore::StoreConnection::Open(path, &reason);
+  // The file was made or found just above: only its removal since then
+  // leaves no reason.
+  if (!connection && reason.empty()) reason = "no such file";
   for (const DBStore::SqlStatement* statement : {&kCreateTable, &kCreateView}) {
     if (!reason.empty()) break;
     if (DBStore::ExecuteStmt(connection, *statement, {}, nullptr, DBStore::kDefaultTimeLimit) !=

@@ -11,6 +11,8 @@
 #include "schema/KeySchemaCheck.h"
 #include "schema/SchemaDatabase.h"
 #include "schema/SchemaStore.h"
+#include "sqlite/DBError.h"
+#include "sqlite/Transaction.h"
 
 namespace CorvConfigStore {
 
@@ -79,21 +81,14 @@ int LoadSchemaFile(const std::string& path) {
 
   std::string database = DBStore::SchemaStorePath();
   auto connection = CorvSchemaStore::OpenSchemaDatabaseForWrite(database);
-  if (DBStore::BeginTransaction(connection) != DBStore::kSuccess)
-    ThrowBeginTransactionFailed("LoadSchemaFile");
+  DBStore::Transaction transaction(connection, "LoadSchemaFile");
   for (const SchemaRow& row : rows) {
-    if (CorvSchemaStore::WriteSchemaRow(connection, row) != DBStore::kSuccess) {
-      std::string reason = connection->LastError();
-      DBStore::CancelTransaction(connection);
-      ThrowGeneral("Cannot store the schema of " + row.component + "." + row.group + "." + row.key +
-                   " in " + database + ": " + reason);
-    }
+    if (CorvSchemaStore::WriteSchemaRow(connection, row) != DBStore::kSuccess)
+      DBStore::ThrowFailure(connection, "Cannot store the schema of " + row.component + "." +
+                                            row.group + "." + row.key + " in " + database + ": " +
+                                            connection->LastError());
   }
-  if (DBStore::CommitTransaction(connection) != DBStore::kSuccess) {
-    std::string reason = connection->LastError();
-    DBStore::CancelTransaction(connection);
-    ThrowGeneral("Cannot commit schema file " + path + " to " + database + ": " + reason);
-  }
+  transaction.Commit("Cannot commit schema file " + path + " to " + database);
   CorvSchemaStore::SchemaStore::GetCache()->Invalidate();
   CSLogger::Log(2, "Loaded %d key schemas from %s into %s", static_cast<int>(rows.size()),
                 path.c_str(), database.c_str());

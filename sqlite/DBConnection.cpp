@@ -1,6 +1,11 @@
 // Opening and closing store connections, and the failure bookkeeping every
 // call of the database access layer shares.
 #include <corvconfigstore/Logger.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include "sqlite/DBConnectionImpl.h"
 
@@ -35,6 +40,25 @@ int KeepFirstColumn(void* out, int count, char** values, char**) {
   return 0;
 }
 
+// Why SQLite could not open path, from the file system, where SQLite itself
+// says only "unable to open database file". Empty when there is simply no
+// file at path in an existing directory.
+std::string UnopenableReason(const std::string& path, const char* sqliteReason) {
+  struct stat status;
+  if (stat(path.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) return "is a directory";
+    return access(path.c_str(), R_OK) != 0 ? std::strerror(errno) : sqliteReason;
+  }
+  if (errno != ENOENT) return std::strerror(errno);
+  size_t slash = path.rfind('/');
+  std::string directory = slash == std::string::npos ? "."
+                          : slash == 0               ? "/"
+                                                     : path.substr(0, slash);
+  if (stat(directory.c_str(), &status) == 0) return "";
+  return errno == ENOENT ? "directory " + directory + " does not exist"
+                         : directory + ": " + std::strerror(errno);
+}
+
 }  // namespace
 
 std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::string* error) {
@@ -46,7 +70,8 @@ std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::st
   sqlite3* db = nullptr;
   int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
   if (rc != SQLITE_OK) {
-    *error = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
+    const char* reason = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
+    *error = (rc & 0xff) == SQLITE_CANTOPEN ? UnopenableReason(path, reason) : reason;
     sqlite3_close_v2(db);
     return nullptr;
   }
@@ -72,13 +97,17 @@ std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::st
   return connection;
 }
 
-std::shared_ptr<StoreConnection> StoreConnection::Open(const std::string& path) {
+std::shared_ptr<StoreConnection> StoreConnection::Open(const std::string& path,
+                                                       std::string* reason) {
   std::string error;
   std::shared_ptr<StoreConnection> connection = OpenConnection(path, &error);
+  if (connection) return connection;
   // A missing store is an ordinary answer here; the caller decides whether
   // it is an error, so this is information only.
-  if (!connection) CSLogger::Log(2, "Cannot open database %s: %s", path.c_str(), error.c_str());
-  return connection;
+  CSLogger::Log(2, "Cannot open database %s: %s", path.c_str(),
+                error.empty() ? "no such file" : error.c_str());
+  if (reason != nullptr) *reason = error;
+  return nullptr;
 }
 
 void RecordFailure(ConnectionAccess::Impl& impl, const char* what, const std::string& sql,

@@ -43,7 +43,8 @@ struct ConnectionAccess {
 };
 
 // Opens the database at path as StoreConnection::Open does; on failure
-// null with SQLite's reason in *error.
+// null with the reason in *error (empty when there is no file at path in an
+// existing directory).
 std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::string* error);
 
 // Keeps the reason for the failure of what (an action on the statement text

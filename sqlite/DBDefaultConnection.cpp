@@ -39,10 +39,17 @@ std::string SchemaStorePath() {
   return PathFromEnvironment("CORV_SCHEMASTORE_DB", kDefaultSchemaStorePath);
 }
 
-std::shared_ptr<StoreConnection> GetConnection(Type type) {
-  if (type == CONFIG_STORE) return StoreConnection::Open(ConfigStorePath());
-  CorvConfigStore::CSLogger::Log(1, "Unknown database type %d", static_cast<int>(type));
-  return nullptr;
+std::shared_ptr<StoreConnection> GetConnection(Type type, std::string* reason) {
+  if (type != CONFIG_STORE) {
+    CorvConfigStore::CSLogger::Log(1, "Unknown database type %d", static_cast<int>(type));
+    if (reason != nullptr) *reason = "unknown database type " + std::to_string(type);
+    return nullptr;
+  }
+  std::string path = ConfigStorePath();
+  std::string why;
+  std::shared_ptr<StoreConnection> connection = StoreConnection::Open(path, &why);
+  if (reason != nullptr && !why.empty()) *reason = path + ": " + why;
+  return connection;
 }
 
 std::shared_ptr<StoreConnection> GetDefaultConnection() {

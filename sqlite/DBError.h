@@ -15,4 +15,8 @@ class StoreConnection;
 [[noreturn]] void ThrowFailure(const std::shared_ptr<StoreConnection>& connection,
                                const std::string& message);
 
+// The same for a failure with no connection to ask, such as one to open the
+// database: reason is the detail, and an empty reason adds none.
+[[noreturn]] void ThrowFailure(const std::string& message, const std::string& reason);
+
 }  // namespace DBStore

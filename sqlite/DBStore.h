@@ -79,9 +79,14 @@ using RowCallback = std::function<int(int count, char** values, char** names)>;
 class StoreConnection {
  public:
   // Opens an existing database read-write, in WAL mode with
-  // synchronous=FULL; never creates one. Null when the file is missing or
-  // unusable (not a database, cannot be read).
-  static std::shared_ptr<StoreConnection> Open(const std::string& path);
+  // synchronous=FULL; never creates one. Null when there is no file at path
+  // or it is unusable; for an unusable path *reason, when given, then says
+  // why: its directory does not exist, it is a directory, not a database,
+  // cannot be read... A path with no file in an existing directory is no
+  // fault of the path (the database was not made yet) and leaves *reason
+  // empty.
+  static std::shared_ptr<StoreConnection> Open(const std::string& path,
+                                               std::string* reason = nullptr);
   ~StoreConnection();
   StoreConnection(const StoreConnection&) = delete;
   StoreConnection& operator=(const StoreConnection&) = delete;
@@ -101,8 +106,9 @@ class StoreConnection {
 };
 
 // A new connection on the database of the given type; null when it cannot
-// be opened.
-std::shared_ptr<StoreConnection> GetConnection(Type type);
+// be opened. *reason, when given, then names the path and why it is
+// unusable, as StoreConnection::Open says (empty when there is no file).
+std::shared_ptr<StoreConnection> GetConnection(Type type, std::string* reason = nullptr);
 // This thread's default connection to the store, reopened when
 // CORV_CONFIGSTORE_DB names another file; null when it cannot be opened.
 std::shared_ptr<StoreConnection> GetDefaultConnection();

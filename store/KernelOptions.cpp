@@ -4,11 +4,9 @@
 #include <corvconfigstore/HostOperations.h>
 #include <corvconfigstore/Logger.h>
 
-#include <exception>
 #include <string>
 
 #include "core/Checks.h"
-#include "core/Throw.h"
 #include "db/NextBootRows.h"
 #include "notify/Notify.h"
 #include "object/ConfigStoreObjectImpl.h"
@@ -16,6 +14,7 @@
 #include "store/BootContextRule.h"
 #include "store/GetDBStore.h"
 #include "store/SchemaLookup.h"
+#include "store/StoreTransactions.h"
 #include "validation/Validation.h"
 #include "object/ObjectAccess.h"
 
@@ -47,26 +46,18 @@ void UpdateKernelOptions(std::shared_ptr<ConfigStoreObject> object) {
   }
 
   auto connection = GetDBStore(DBStore::CONFIG_STORE, true);
-  if (DBStore::BeginTransaction(connection) != DBStore::kSuccess)
-    ThrowBeginTransactionFailed("UpdateKernelOptions");
-  try {
-    // Without stored options the update is the whole of them.
-    std::shared_ptr<ConfigStoreObject> merged = GetKernelOptionsInternal(id, connection, schema);
-    if (merged)
-      UpdateConfigInternal(object, merged, ImplOf(object).GetIdMap());
-    else
-      merged = object;
-    ValidateSet(schema, merged);
-    SetKernelOptionsInternal(merged, schema, connection);
-    if (DBStore::CommitTransaction(connection) != DBStore::kSuccess)
-      ThrowGeneral("Commit transaction failed.");
-  } catch (const std::exception& e) {
-    // The failure that brought us here is what the caller needs to see; a
-    // refused cancel is only logged.
-    if (DBStore::CancelTransaction(connection) != DBStore::kSuccess)
-      CSLogger::Log(0, "%s: failed to cancel the transaction", "UpdateKernelOptions");
-    ThrowGeneral(std::string("Transaction failed") + e.what());
-  }
+  RunInTransaction(connection, "UpdateKernelOptions",
+                   TransactionFailure::kWrapAllAsTransactionFailed, [&] {
+                     // Without stored options the update is the whole of them.
+                     std::shared_ptr<ConfigStoreObject> merged =
+                         GetKernelOptionsInternal(id, connection, schema);
+                     if (merged)
+                       UpdateConfigInternal(object, merged, ImplOf(object).GetIdMap());
+                     else
+                       merged = object;
+                     ValidateSet(schema, merged);
+                     SetKernelOptionsInternal(merged, schema, connection);
+                   });
   NotifyIfAllowlisted(id);
 }
 

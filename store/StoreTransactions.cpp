@@ -3,44 +3,31 @@
 #include "store/StoreTransactions.h"
 
 #include <corvconfigstore/ConfigStore.h>
-#include <corvconfigstore/Logger.h>
 
 #include <exception>
-#include <string>
 
 #include "core/Throw.h"
+#include "sqlite/DBError.h"
 #include "sqlite/DBStore.h"
+#include "sqlite/Transaction.h"
 #include "store/ConfigStoreImpl.h"
 
 namespace CorvConfigStore {
 
-namespace {
-
-// Cancelling on the way out of a failure must not replace the failure with
-// one of its own, so a refused cancel is only logged.
-void CancelAfterFailure(const std::shared_ptr<DBStore::StoreConnection>& connection,
-                        const char* operation) {
-  if (DBStore::CancelTransaction(connection) != DBStore::kSuccess)
-    CSLogger::Log(0, "%s: failed to cancel the transaction", operation);
-}
-
-}  // namespace
-
 void RunInTransaction(const std::shared_ptr<DBStore::StoreConnection>& connection,
                       const char* operation, TransactionFailure policy,
                       const std::function<void()>& work) {
-  if (DBStore::BeginTransaction(connection) != DBStore::kSuccess)
-    ThrowBeginTransactionFailed(operation);
+  DBStore::Transaction transaction(connection, operation);
   try {
     work();
-    if (DBStore::CommitTransaction(connection) != DBStore::kSuccess)
-      ThrowGeneral("Commit transaction failed.");
+    transaction.Commit();
   } catch (const std::exception& e) {
-    CancelAfterFailure(connection, operation);
     if (policy == TransactionFailure::kKeepStoreExceptions &&
         dynamic_cast<const ConfigStoreException*>(&e) != nullptr)
       throw;
-    ThrowGeneral(std::string("Operation failed: ") + e.what());
+    ThrowWrapped(policy == TransactionFailure::kWrapAllAsTransactionFailed ? "Transaction failed"
+                                                                           : "Operation failed: ",
+                 e);
   }
 }
 
@@ -48,20 +35,25 @@ int ConfigStoreImpl::BeginTransaction() { return DBStore::BeginTransaction(conne
 
 int ConfigStoreImpl::CommitTransaction() {
   int status = DBStore::CommitTransaction(connection_);
-  if (status != DBStore::kSuccess) ThrowGeneral("Commit transaction failed.");
+  if (status != DBStore::kSuccess) DBStore::ThrowFailure(connection_, DBStore::kCommitFailed);
   return status;
 }
 
 int ConfigStoreImpl::CancelTransaction() {
   int status = DBStore::CancelTransaction(connection_);
-  if (status == DBStore::kFailure) ThrowGeneral("Failed to cancel nested transaction");
+  if (status == DBStore::kFailure)
+    DBStore::ThrowFailure(connection_, "Failed to cancel nested transaction");
   return status;
 }
 
 ConfigStoreTransaction::ConfigStoreTransaction(std::shared_ptr<ConfigStore>& store)
     : store_(store), active_(true) {
   if (!store_) ThrowGeneral("Failed to use NULL as the store");
-  if (store_->BeginTransaction() != 0) ThrowGeneral("Failed to start a transaction.");
+  if (store_->BeginTransaction() == 0) return;
+  // The library's own store can tell why its database refused.
+  auto* impl = dynamic_cast<ConfigStoreImpl*>(store_.get());
+  DBStore::ThrowFailure(impl != nullptr ? impl->GetConnection() : nullptr,
+                        "Failed to start a transaction.");
 }
 
 // A destructor may not throw: a cancel that throws here ends the process.

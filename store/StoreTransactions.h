@@ -11,22 +11,27 @@ class StoreConnection;
 namespace CorvConfigStore {
 
 // What becomes of an exception that leaves the statements. Either way the
-// transaction is cancelled first.
+// transaction is cancelled.
 enum class TransactionFailure {
   // Every std::exception becomes ConfigStoreException 2000 "Operation
-  // failed: " followed by its text (the bulk writes, DeleteInstances).
+  // failed: " followed by its text, keeping a store exception's details (the
+  // bulk writes, DeleteInstances).
   kWrapAll,
   // Store exceptions reach the caller unchanged; any other std::exception is
   // wrapped as above (Update, the next-boot store).
   kKeepStoreExceptions,
+  // As kWrapAll, but the text is "Transaction failed" immediately followed
+  // by the exception's, with no separator (UpdateKernelOptions).
+  kWrapAllAsTransactionFailed,
 };
 
 // Begins a transaction (nested inside the caller's when one is open), runs
 // work and commits. A begin that fails throws ConfigStoreException 2000
 // "Begin Transaction failed for: <operation>"; a commit that fails throws
 // "Commit transaction failed." from inside the guarded region, so it is
-// cancelled and handled by the failure policy like any other failure.
-// Exceptions not derived from std::exception pass through uncancelled.
+// handled by the failure policy like any other failure; both carry SQLite's
+// reason as a detail. Any exception leaving work cancels the transaction;
+// those not derived from std::exception pass through unchanged.
 void RunInTransaction(const std::shared_ptr<DBStore::StoreConnection>& connection,
                       const char* operation, TransactionFailure policy,
                       const std::function<void()>& work);
