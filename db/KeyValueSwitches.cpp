@@ -3,6 +3,7 @@
 #include <corvconfigstore/KeyValue.h>
 
 #include "core/Throw.h"
+#include "sqlite/DBError.h"
 #include "sqlite/DBStore.h"
 
 namespace CorvConfigStore {
@@ -42,14 +43,14 @@ bool IsNexdNotificationEnabled() {
 void SetKeyValue(const std::string& key, const std::string& value) {
   std::shared_ptr<DBStore::StoreConnection> connection = OwnConnection();
   if (DBStore::WriteKeyValue(connection, key, value) != DBStore::kSuccess)
-    ThrowGeneral("Failed to write KV table for key: " + key);
+    DBStore::ThrowFailure(connection, "Failed to write KV table for key: " + key);
 }
 
 std::string GetKeyValue(const std::string& key) {
   std::shared_ptr<DBStore::StoreConnection> connection = OwnConnection();
   std::string value;
   if (DBStore::ReadKeyValue(connection, key, value) != DBStore::kSuccess)
-    ThrowGeneral("Failed to read KV table for key: " + key);
+    DBStore::ThrowFailure(connection, "Failed to read KV table for key: " + key);
   return value;
 }
 

@@ -7,6 +7,7 @@
 #include "core/Checks.h"
 #include "core/Json.h"
 #include "core/Throw.h"
+#include "sqlite/DBError.h"
 #include "sqlite/DBStore.h"
 
 namespace CorvConfigStore {
@@ -16,7 +17,7 @@ int GetBootInfo() {
   std::shared_ptr<DBStore::StoreConnection> connection = DBStore::GetDefaultConnection();
   std::string text;
   if (!connection || DBStore::ReadKeyValue(connection, "BOOT_INFO", text) != DBStore::kSuccess)
-    ThrowGeneral("Failed to read BOOT_INFO database.");
+    DBStore::ThrowFailure(connection, "Failed to read BOOT_INFO database.");
   JsonDocument info;
   if (!ParseJson(text.data(), text.size(), info, nullptr))
     ThrowGeneral("Failed to read BOOT_INFO database.");
