@@ -18,11 +18,11 @@ TEST(DefaultsLoaderCauseTest, ARefusedWriteCarriesSQLitesReason) {
     auto connection = DBStore::StoreConnection::Open(env.StorePath());
     ASSERT_NE(nullptr, connection);
     ASSERT_EQ(DBStore::kSuccess,
-              DBStore::ExecuteStmt(connection,
-                                   DBStore::SqlStatement(
-                                       "CREATE TRIGGER refuse BEFORE INSERT ON DefaultConfig "
-                                       "BEGIN SELECT RAISE(ABORT, 'refused'); END"),
-                                   {}, nullptr, DBStore::kDefaultTimeLimit));
+              DBStore::ExecuteStmt(
+                  connection,
+                  DBStore::SqlStatement("CREATE TRIGGER refuse BEFORE INSERT ON DefaultConfig "
+                                        "BEGIN SELECT RAISE(ABORT, 'refused'); END"),
+                  {}, nullptr, DBStore::kDefaultTimeLimit));
   }
   try {
     CorvConfigStore::LoadDefaultsFile(

@@ -11,9 +11,7 @@ namespace {
 class FailureCauseTest : public StoreFixture {
  protected:
   // The store handle's own connection.
-  sqlite3* Handle() {
-    return dynamic_cast<ConfigStoreImpl&>(*store_).GetConnection()->Handle();
-  }
+  sqlite3* Handle() { return dynamic_cast<ConfigStoreImpl&>(*store_).GetConnection()->Handle(); }
 
   // Another connection takes the write lock. The handle waits only briefly
   // for it, so that the test need not sit out the library's busy time-out.
