@@ -6,6 +6,7 @@
 
 #include "DBTestUtil.h"
 #include "sqlite/Transaction.h"
+#include "support/FailureDetails.h"
 #include "support/LogCapture.h"
 
 namespace {
@@ -116,26 +117,16 @@ TEST_F(TransactionTest, BeginThatWaitsInVainKeepsSQLitesReason) {
   // This connection's own busy time-out, so that the test need not wait the
   // library's full one.
   sqlite3_busy_timeout(connection_->Handle(), 20);
-  try {
-    Transaction transaction(connection_, "SetInstances");
-    FAIL() << "began while another connection held the write lock";
-  } catch (const ConfigStoreException& e) {
-    EXPECT_EQ(2000, e.GetErrorCode());
-    EXPECT_STREQ("Begin Transaction failed for: SetInstances", e.what());
-    EXPECT_EQ(std::vector<std::string>{"database is locked"}, e.GetDetails());
-  }
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails(
+      [this] { Transaction transaction(connection_, "SetInstances"); },
+      "Begin Transaction failed for: SetInstances", {"database is locked"}));
   EXPECT_EQ(0, connection_->TransactionDepth());
   EXPECT_EQ(DBStore::kSuccess, DBStore::CancelTransaction(holder));
 }
 
 TEST_F(TransactionTest, BeginWithoutAConnectionHasNoReasonToGive) {
-  try {
-    Transaction transaction(nullptr, "Import");
-    FAIL() << "began without a connection";
-  } catch (const ConfigStoreException& e) {
-    EXPECT_STREQ("Begin Transaction failed for: Import", e.what());
-    EXPECT_TRUE(e.GetDetails().empty());
-  }
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails([] { Transaction transaction(nullptr, "Import"); },
+                                          "Begin Transaction failed for: Import", {}));
 }
 
 // A row that breaks a deferred foreign key is only refused by the commit.
@@ -182,14 +173,10 @@ TEST_F(RefusedCommitTest, KeepsSQLitesReasonAndCancelsOnTheWayOut) {
 TEST_F(RefusedCommitTest, CallersMessageIsFollowedByTheReason) {
   Transaction transaction(connection_, "LoadDefaultsFile");
   WriteOrphan();
-  try {
-    transaction.Commit("Cannot commit defaults file d.json to s.db");
-    FAIL() << "the commit was not refused";
-  } catch (const ConfigStoreException& e) {
-    EXPECT_STREQ("Cannot commit defaults file d.json to s.db: FOREIGN KEY constraint failed",
-                 e.what());
-    EXPECT_EQ(std::vector<std::string>{"FOREIGN KEY constraint failed"}, e.GetDetails());
-  }
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails(
+      [&transaction] { transaction.Commit("Cannot commit defaults file d.json to s.db"); },
+      "Cannot commit defaults file d.json to s.db: FOREIGN KEY constraint failed",
+      {"FOREIGN KEY constraint failed"}));
 }
 
 TEST_F(TransactionTest, RefusedCancelIsLoggedAndTheFailureStillReachesTheCaller) {

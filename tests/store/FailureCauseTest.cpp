@@ -2,6 +2,7 @@
 // detail, also when a transaction frame wraps them in a message of its own.
 #include "StoreFixture.h"
 #include "store/ConfigStoreImpl.h"
+#include "support/FailureDetails.h"
 
 using namespace CorvConfigStore;
 using namespace CorvTest;
@@ -11,9 +12,7 @@ namespace {
 class FailureCauseTest : public StoreFixture {
  protected:
   // The store handle's own connection.
-  sqlite3* Handle() {
-    return dynamic_cast<ConfigStoreImpl&>(*store_).GetConnection()->Handle();
-  }
+  sqlite3* Handle() { return dynamic_cast<ConfigStoreImpl&>(*store_).GetConnection()->Handle(); }
 
   // Another connection takes the write lock. The handle waits only briefly
   // for it, so that the test need not sit out the library's busy time-out.
@@ -34,24 +33,6 @@ class FailureCauseTest : public StoreFixture {
               sqlite3_exec(Handle(), "PRAGMA foreign_keys = ON", nullptr, nullptr, nullptr));
   }
 };
-
-// Runs f and checks that it throws ConfigStoreException 2000 with the
-// message and details.
-::testing::AssertionResult ThrowsWithDetails(const std::function<void()>& f,
-                                             const std::string& message,
-                                             const std::vector<std::string>& details) {
-  try {
-    f();
-  } catch (const ConfigStoreException& e) {
-    if (e.GetErrorCode() == 2000 && message == e.what() && details == e.GetDetails())
-      return ::testing::AssertionSuccess();
-    ::testing::AssertionResult failure = ::testing::AssertionFailure();
-    failure << "threw [" << e.GetErrorCode() << "] " << e.what() << " with details:";
-    for (const std::string& detail : e.GetDetails()) failure << " \"" << detail << "\"";
-    return failure;
-  }
-  return ::testing::AssertionFailure() << "did not throw";
-}
 
 ObjectPtr Iface(const char* name) {
   return MakeObject(Id("iface", "net", name), std::string(R"({"name":")") + name + "\"}");

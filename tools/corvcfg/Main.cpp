@@ -19,7 +19,9 @@ const char* const kFooter =
     "Output: JSON, indented when standard output is a terminal, compact otherwise.\n"
     "Exit status: 0 success; 1 the store refused the command or it failed (\"[code] message\" "
     "on standard error, validation records below it as \"  location: message\"); 2 usage "
-    "error.";
+    "error.\n"
+    "A failure whose cause the store knows, such as a locked or unusable database, is followed "
+    "by \"  cause: reason\" lines.";
 
 void AddFooter(CLI::App* app) {
   app->footer(kFooter);

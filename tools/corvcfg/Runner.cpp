@@ -28,6 +28,15 @@ bool IsGroup(CLI::App* app) {
   return !app->get_subcommands([](CLI::App*) { return true; }).empty();
 }
 
+// "[code] message", then one line per detail the library gave of why it
+// failed (the database's own reason: "database is locked", a path that is
+// not a database), so that an administrator sees what to fix.
+void PrintStoreFailure(const CorvConfigStore::ConfigStoreException& error) {
+  std::cerr << "[" << error.GetErrorCode() << "] " << error.what() << std::endl;
+  for (const std::string& detail : error.GetDetails())
+    std::cerr << "  cause: " << detail << std::endl;
+}
+
 }  // namespace
 
 int RunCommandLine(CLI::App& app, int argc, char** argv) {
@@ -45,12 +54,12 @@ int RunCommandLine(CLI::App& app, int argc, char** argv) {
     // Prints the help that was asked for, or the usage error.
     return app.exit(error) == 0 ? 0 : kExitUsage;
   } catch (const CorvConfigStore::ValidationException& error) {
-    std::cerr << "[" << error.GetErrorCode() << "] " << error.what() << std::endl;
+    PrintStoreFailure(error);
     for (const CorvConfigStore::ErrorInfo& record : error.GetErrors())
       std::cerr << "  " << record.location << ": " << record.message << std::endl;
     return kExitFailure;
   } catch (const CorvConfigStore::ConfigStoreException& error) {
-    std::cerr << "[" << error.GetErrorCode() << "] " << error.what() << std::endl;
+    PrintStoreFailure(error);
     return kExitFailure;
   } catch (const std::exception& error) {
     std::cerr << error.what() << std::endl;
