@@ -3,10 +3,6 @@
 
 namespace CorvConfigStore {
 
-void ThrowBeginTransactionFailed(const char* operation) {
-  ThrowGeneral(BeginTransactionFailedMessage(operation));
-}
-
 std::string BeginTransactionFailedMessage(const char* operation) {
   return std::string("Begin Transaction failed for: ") + operation;
 }

@@ -51,10 +51,9 @@ template <typename T, typename D>
   throw T(code, message.c_str());
 }
 
-// ConfigStoreException 2000 "Begin Transaction failed for: <operation>".
-[[noreturn]] void ThrowBeginTransactionFailed(const char* operation);
-// The message of ThrowBeginTransactionFailed, for a caller that adds the
-// database's reason to the exception.
+// "Begin Transaction failed for: <operation>", the message of the
+// ConfigStoreException 2000 raised, with the database's reason as its
+// detail, when a transaction cannot begin.
 std::string BeginTransactionFailedMessage(const char* operation);
 
 // InvalidTypeException 2000 "Invalid type specified for: <name>".

@@ -2,7 +2,7 @@
 // grouped by schema.
 #include "db/BulkReads.h"
 
-#include "core/Throw.h"
+#include "sqlite/DBError.h"
 #include "db/MergeConfig.h"
 #include "db/Statements.h"
 
@@ -10,8 +10,9 @@ namespace CorvConfigStore {
 
 BulkConfig GetBulkConfigInternal(const std::string& component, const std::string& group,
                                  const OperationContext& op) {
-  Connection conn = DBStore::GetConnection(DBStore::CONFIG_STORE);
-  if (!conn) ThrowGeneral("Failed to connect to database");
+  std::string reason;
+  Connection conn = DBStore::GetConnection(DBStore::CONFIG_STORE, &reason);
+  if (!conn) DBStore::ThrowFailure("Failed to connect to database", reason);
 
   const char* failed = "Get all keys failed";
   ConfigRows rows =

@@ -150,8 +150,7 @@ int LoadDefaultsFile(const std::string& path) {
   std::vector<KeyDefaults> keys = DefaultsOfFile(path, file);
 
   std::string database = DBStore::ConfigStorePath();
-  Connection connection = DBStore::GetConnection(DBStore::CONFIG_STORE);
-  if (!connection) ThrowException<ConfigStoreException>(CS_ERR_DB_CONNECTION, database.c_str());
+  Connection connection = DBStore::ConnectOrThrow(DBStore::CONFIG_STORE, database);
   DBStore::Transaction transaction(connection, "LoadDefaultsFile");
   int written = 0;
   for (const KeyDefaults& key : keys) {

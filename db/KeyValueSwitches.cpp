@@ -20,11 +20,7 @@ bool ReadSwitch(const char* key, std::string& value) {
 // A connection of the caller's own; a store that cannot be opened is coded
 // 1002 and named by its standard location.
 std::shared_ptr<DBStore::StoreConnection> OwnConnection() {
-  std::shared_ptr<DBStore::StoreConnection> connection =
-      DBStore::GetConnection(DBStore::CONFIG_STORE);
-  if (!connection)
-    ThrowException<ConfigStoreException>(CS_ERR_DB_CONNECTION, DBStore::kDefaultConfigStorePath);
-  return connection;
+  return DBStore::ConnectOrThrow(DBStore::CONFIG_STORE, DBStore::kDefaultConfigStorePath);
 }
 
 }  // namespace

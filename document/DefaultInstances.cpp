@@ -9,17 +9,17 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "core/ConfigStoreDocument.h"
+#include "db/OperationContext.h"
 #include "db/ReadRows.h"
 #include "document/ImportExportInternal.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/JsonDoc.h"
-#include "core/ConfigStoreDocument.h"
+#include "object/ObjectAccess.h"
 #include "schema/SchemaStore.h"
 #include "store/GetDBStore.h"
 #include "store/ObjectLists.h"
-#include "store/SchemaLookup.h"
 #include "validation/Validation.h"
-#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
@@ -62,7 +62,7 @@ void FilterDefaultConfigInstances(std::vector<std::shared_ptr<ConfigStoreObject>
   const ConfigStoreObjectId id = WithInstanceId(present.front()->GetConfigStoreObjectId(), "");
   if (CSLogger::IsEnabled(3))
     CSLogger::Log(3, "%s invoked for %s", "FilterDefaultConfigInstances", id.toString().c_str());
-  auto schema = LookupSchema(id);
+  auto schema = OperationContext().Schema(id);
   ValidateCsoIdInstances(id, schema);
   ObjectList defaults = ReadDefaultInstances(id, schema);
 
@@ -95,7 +95,7 @@ void AddDefaultConfigInstances(ConfigStoreObjectId id,
                                std::vector<std::shared_ptr<ConfigStoreObject>>& objects) {
   if (CSLogger::IsEnabled(3))
     CSLogger::Log(3, "%s invoked for %s", "AddDefaultConfigInstances", id.toString().c_str());
-  auto schema = LookupSchema(id);
+  auto schema = OperationContext().Schema(id);
   ValidateCsoIdInstances(id, schema);
   ObjectList defaults = ReadDefaultInstances(id, schema);
   if (defaults.empty()) return;

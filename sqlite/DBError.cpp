@@ -4,7 +4,7 @@
 #include <corvconfigstore/Exceptions.h>
 #include <corvconfigstore/Logger.h>
 
-#include "sqlite/DBStore.h"
+#include "core/Throw.h"
 
 namespace DBStore {
 
@@ -12,13 +12,24 @@ void ThrowFailure(const std::shared_ptr<StoreConnection>& connection, const std:
   ThrowFailure(message, connection ? connection->LastError() : std::string());
 }
 
-void ThrowFailure(const std::string& message, const std::string& reason) {
-  CorvConfigStore::ConfigStoreException error(2000, message.c_str());
+void ThrowFailure(const std::string& message, const std::string& reason, int code) {
+  CorvConfigStore::ConfigStoreException error(code, message.c_str());
   if (!reason.empty()) {
     error.AddDetail(reason);
-    CorvConfigStore::CSLogger::Log(0, "[2000] %s: %s", message.c_str(), reason.c_str());
+    CorvConfigStore::CSLogger::Log(0, "[%d] %s: %s", code, message.c_str(), reason.c_str());
   }
   throw error;
+}
+
+std::shared_ptr<StoreConnection> ConnectOrThrow(Type type, const std::string& path) {
+  std::string reason;
+  std::shared_ptr<StoreConnection> connection = GetConnection(type, &reason);
+  if (!connection) {
+    using namespace CorvConfigStore;
+    ThrowFailure(Format(ErrorMessageForId(CS_ERR_DB_CONNECTION), path.c_str()), reason,
+                 CS_ERR_DB_CONNECTION);
+  }
+  return connection;
 }
 
 }  // namespace DBStore

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-namespace DBStore {
+#include "sqlite/DBStore.h"
 
-class StoreConnection;
+namespace DBStore {
 
 // Throws ConfigStoreException 2000 with message, and the connection's last
 // failure (SQLite's reason) as the exception's detail; the reason is logged
@@ -17,6 +17,12 @@ class StoreConnection;
 
 // The same for a failure with no connection to ask, such as one to open the
 // database: reason is the detail, and an empty reason adds none.
-[[noreturn]] void ThrowFailure(const std::string& message, const std::string& reason);
+[[noreturn]] void ThrowFailure(const std::string& message, const std::string& reason,
+                               int code = 2000);
+
+// A new connection of type, or ConfigStoreException 1002 naming path (the
+// location the caller reports for the store), with the reason the database
+// could not be opened as its detail.
+std::shared_ptr<StoreConnection> ConnectOrThrow(Type type, const std::string& path);
 
 }  // namespace DBStore

@@ -33,6 +33,11 @@ class Transaction {
   // given, failure followed by ": " and the reason.
   void Commit(const std::string& failure = std::string());
 
+  // Gives the level up without cancelling it: it stays open on the
+  // connection, for the code that owns the exception now passing through to
+  // decide its fate.
+  void LeaveOpen() { committed_ = true; }
+
  private:
   std::shared_ptr<StoreConnection> connection_;
   std::string operation_;

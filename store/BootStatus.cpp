@@ -5,8 +5,8 @@
 
 #include "core/Checks.h"
 #include "db/NextBootRows.h"
+#include "db/OperationContext.h"
 #include "store/GetDBStore.h"
-#include "store/SchemaLookup.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {
@@ -20,7 +20,7 @@ void SetPartialBootStatus(std::shared_ptr<ConfigStoreObject> object) {
   if (IsNull(object, "SetPartialBootStatus")) return;
   TraceHostOperation("SetPartialBootStatus");
   const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  auto schema = LookupSchema(id);
+  auto schema = OperationContext().Schema(id);
   // The value check needs a schema: a configuration without one is refused
   // with its identity rather than checked against nothing.
   CheckSchema(id, schema);

@@ -2,16 +2,16 @@
 #include <corvconfigstore/HostOperations.h>
 
 #include "core/Checks.h"
+#include "db/OperationContext.h"
 #include "db/ReadRows.h"
 #include "store/GetDBStore.h"
-#include "store/SchemaLookup.h"
 #include "validation/Validation.h"
 
 namespace CorvConfigStore {
 
 std::shared_ptr<ConfigStoreObject> GetDesiredUserConfig(const ConfigStoreObjectId& id, FLAG flag) {
   TraceHostOperation("GetDesiredUserConfig");
-  auto schema = LookupSchema(id);
+  auto schema = OperationContext().Schema(id);
   ValidateCsoId(id, schema);
   return GetDesiredInternal(id, GetDBStore(DBStore::CONFIG_STORE, true), schema, flag);
 }
@@ -19,7 +19,7 @@ std::shared_ptr<ConfigStoreObject> GetDesiredUserConfig(const ConfigStoreObjectI
 std::vector<std::shared_ptr<ConfigStoreObject>> GetDesiredUserConfigInstances(
     const ConfigStoreObjectId& id, FLAG flag) {
   TraceHostOperation("GetDesiredUserConfigInstances");
-  auto schema = LookupSchema(id);
+  auto schema = OperationContext().Schema(id);
   ValidateCsoIdInstances(id, schema);
   return GetDesiredUserConfigInstancesInternal(id, GetDBStore(DBStore::CONFIG_STORE, true), schema,
                                                flag);

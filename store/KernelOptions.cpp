@@ -8,22 +8,22 @@
 
 #include "core/Checks.h"
 #include "db/NextBootRows.h"
+#include "db/OperationContext.h"
 #include "notify/Notify.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
+#include "object/ObjectAccess.h"
 #include "store/BootContextRule.h"
 #include "store/GetDBStore.h"
-#include "store/SchemaLookup.h"
 #include "store/StoreTransactions.h"
 #include "validation/Validation.h"
-#include "object/ObjectAccess.h"
 
 namespace CorvConfigStore {
 
 std::shared_ptr<ConfigStoreObject> GetKernelOptions(const ConfigStoreObjectId& id) {
   TraceHostOperation("GetKernelOptions");
   ValidateKernelOptionsCsoId(id);
-  auto schema = LookupSchema(id);
+  auto schema = OperationContext().Schema(id);
   ValidateCsoId(id, schema);
   return GetKernelOptionsInternal(id, GetDBStore(DBStore::CONFIG_STORE, true), schema);
 }
@@ -33,12 +33,13 @@ void UpdateKernelOptions(std::shared_ptr<ConfigStoreObject> object) {
   TraceHostOperation("UpdateKernelOptions");
   const ConfigStoreObjectId id = object->GetConfigStoreObjectId();
   ValidateKernelOptionsCsoId(id);
-  auto schema = LookupSchema(id);
+  OperationContext op;
+  auto schema = op.Schema(id);
   ValidateCsoId(object, schema);
   ValidateUpdate(schema, object);
   // Kernel options are user configuration, and the caller is treated as an
   // external one.
-  ApplyBootContextRule(OperationContext(), schema, true, EXTERNAL);
+  ApplyBootContextRule(op, schema, true, EXTERNAL);
   if (object->IsEmpty()) {
     CSLogger::Log(1, "Update called with empty object for %s, deletes are not supported",
                   id.toString().c_str());

@@ -4,10 +4,10 @@
 #include <corvconfigstore/HostOperations.h>
 
 #include "core/Throw.h"
+#include "db/OperationContext.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/DriftObjectImpl.h"
 #include "schema/SchemaStore.h"
-#include "store/SchemaLookup.h"
 
 namespace CorvConfigStore {
 
@@ -54,7 +54,7 @@ std::shared_ptr<ConfigStoreObject> CreateObject(const ConfigStoreObjectId& id,
                                                 const std::string& json,
                                                 std::optional<unsigned long> index) {
   std::shared_ptr<JsonDoc> document = CreateDocumentFromString(json);
-  return CreateObject(id, document, LookupSchema(id), index);
+  return CreateObject(id, document, OperationContext().Schema(id), index);
 }
 
 std::shared_ptr<DriftObject> CreateDriftObject(const ConfigStoreObjectId& id,

@@ -2,12 +2,13 @@
 #include <corvconfigstore/HostOperations.h>
 #include <corvconfigstore/Logger.h>
 
-#include "store/SchemaLookup.h"
+#include "db/OperationContext.h"
+#include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
 
 std::string GetSchemaVersion(const ConfigStoreObjectId& id) {
-  auto schema = LookupSchema(id);
+  auto schema = OperationContext().Schema(id);
   if (!schema) {
     CSLogger::Log(0, "%s: Schema object not found", "GetSchemaVersion");
     return std::string();

@@ -28,6 +28,11 @@ void RunInTransaction(const std::shared_ptr<DBStore::StoreConnection>& connectio
     ThrowWrapped(policy == TransactionFailure::kWrapAllAsTransactionFailed ? "Transaction failed"
                                                                            : "Operation failed: ",
                  e);
+  } catch (...) {
+    // Not one of ours nor a standard failure: the thrower keeps control of
+    // the connection, transaction included.
+    transaction.LeaveOpen();
+    throw;
   }
 }
 

@@ -10,8 +10,8 @@ class StoreConnection;
 
 namespace CorvConfigStore {
 
-// What becomes of an exception that leaves the statements. Either way the
-// transaction is cancelled.
+// What becomes of a std::exception that leaves the statements. Either way
+// the transaction is cancelled.
 enum class TransactionFailure {
   // Every std::exception becomes ConfigStoreException 2000 "Operation
   // failed: " followed by its text, keeping a store exception's details (the
@@ -30,8 +30,8 @@ enum class TransactionFailure {
 // "Begin Transaction failed for: <operation>"; a commit that fails throws
 // "Commit transaction failed." from inside the guarded region, so it is
 // handled by the failure policy like any other failure; both carry SQLite's
-// reason as a detail. Any exception leaving work cancels the transaction;
-// those not derived from std::exception pass through unchanged.
+// reason as a detail. A std::exception leaving work cancels the transaction;
+// anything else passes through unchanged and leaves the transaction open.
 void RunInTransaction(const std::shared_ptr<DBStore::StoreConnection>& connection,
                       const char* operation, TransactionFailure policy,
                       const std::function<void()>& work);

@@ -93,13 +93,8 @@ TEST(ThrowExceptionTest, UnknownCodeGetsGenericTemplateNamingIt) {
 }
 
 TEST(ThrowExceptionTest, FixedMessageRoutines) {
-  try {
-    ThrowBeginTransactionFailed("SetInstances");
-    FAIL();
-  } catch (const ConfigStoreException& e) {
-    EXPECT_EQ(e.GetErrorCode(), 2000);
-    EXPECT_STREQ(e.what(), "Begin Transaction failed for: SetInstances");
-  }
+  EXPECT_EQ(BeginTransactionFailedMessage("SetInstances"),
+            "Begin Transaction failed for: SetInstances");
   try {
     ThrowInvalidType("mtu");
     FAIL();

@@ -6,6 +6,7 @@
 
 #include "RowsFixture.h"
 #include "db/BulkReads.h"
+#include "support/FailureDetails.h"
 
 namespace CorvTest {
 namespace {
@@ -156,6 +157,14 @@ TEST_F(BulkReadsTest, BulkReadOfAComponentOrAGroup) {
   BulkConfig sys = GetBulkConfigInternal("corv", "sys", OperationContext());
   ASSERT_EQ(sys.size(), 2u);
   EXPECT_TRUE(JsonEqual(R"({"text":"pending"})", sys[Schema(Id("late", "sys"))][0].GetData()));
+}
+
+TEST_F(BulkReadsTest, AStoreThatCannotBeOpenedSaysWhy) {
+  std::string junk = env_.Dir().Write("junk.db", "not a database at all, only text");
+  SetEnv("CORV_CONFIGSTORE_DB", junk);
+  EXPECT_TRUE(ThrowsWithDetails([] { GetBulkConfigInternal("corv", "", OperationContext()); },
+                                "Failed to connect to database",
+                                {junk + ": file is not a database"}));
 }
 
 TEST_F(BulkReadsTest, BulkReadFailures) {

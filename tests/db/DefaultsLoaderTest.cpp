@@ -10,6 +10,7 @@
 
 #include "core/Throw.h"
 #include "schema/SchemaStore.h"
+#include "support/FailureDetails.h"
 #include "support/StoreEnvironment.h"
 
 using CorvConfigStore::ConfigStoreException;
@@ -180,6 +181,18 @@ TEST_F(DefaultsLoaderTest, FileAndStoreFaults) {
               CorvConfigStore::Format(CorvConfigStore::ErrorMessageForId(1002),
                                       noStore.StorePath().c_str()));
   }
+}
+
+TEST(DefaultsLoaderCauseTest, AStoreThatCannotBeOpenedSaysWhy) {
+  CorvTest::StoreEnvironment env;
+  env.LoadSchemas(kSchemas);
+  env.Dir().Write("store.db", "not a database at all, only text");
+  ASSERT_EQ(env.Dir().File("store.db"), env.StorePath());
+  std::string defaults = env.Dir().Write("d.json", R"({"corv": {"net": {"dns": {}}}})");
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails(
+      [&] { LoadDefaultsFile(defaults); },
+      CorvConfigStore::Format(CorvConfigStore::ErrorMessageForId(1002), env.StorePath().c_str()),
+      {env.StorePath() + ": file is not a database"}, 1002));
 }
 
 TEST(ExampleSchemasTest, TheExampleSchemasAndDefaultsLoad) {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "core/Throw.h"
+#include "support/FailureDetails.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 
@@ -140,6 +141,18 @@ TEST_F(KeyValueSwitches, MissingStoreIsCode1002NamingTheStandardLocation) {
   ExpectThrows([] { CorvConfigStore::GetKeyValue("K"); }, 1002, message);
   struct stat status;
   EXPECT_NE(0, stat(dir_.File("missing.db").c_str(), &status));
+}
+
+TEST_F(KeyValueSwitches, AStoreThatCannotBeOpenedSaysWhyBesideTheStandardLocation) {
+  std::string junk = dir_.Write("junk.db", "not a database at all, only text");
+  setenv("CORV_CONFIGSTORE_DB", junk.c_str(), 1);
+  std::string message = CorvConfigStore::Format(CorvConfigStore::ErrorMessageForId(1002),
+                                                "/etc/velmo/configstore/current-store-1");
+  std::vector<std::string> why = {junk + ": file is not a database"};
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails([] { CorvConfigStore::SetKeyValue("K", "V"); },
+                                          message, why, 1002));
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails([] { CorvConfigStore::GetKeyValue("K"); }, message,
+                                          why, 1002));
 }
 
 TEST_F(KeyValueSwitches, WriteFailureNamesTheKey) {

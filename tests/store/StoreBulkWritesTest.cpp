@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "StoreFixture.h"
+#include "sqlite/DBStore.h"
 #include "store/ConfigStoreImpl.h"
 #include "store/StoreTransactions.h"
 #include "validation/Validation.h"
@@ -220,6 +221,27 @@ TEST_F(StoreBulkWritesTest, FrameWrapsOtherExceptionsUnderEitherPolicy) {
       },
       2000, "kept as it is"));
   EXPECT_THROW(store_->CommitTransaction(), ConfigStoreException);
+}
+
+// Only standard exceptions are the frame's to handle: anything else leaves
+// the transaction open for its thrower, who can still commit what was done.
+TEST_F(StoreBulkWritesTest, FrameLeavesOtherThrowablesTheirTransaction) {
+  auto store = std::static_pointer_cast<ConfigStoreImpl>(store_);
+  for (TransactionFailure policy :
+       {TransactionFailure::kWrapAll, TransactionFailure::kKeepStoreExceptions,
+        TransactionFailure::kWrapAllAsTransactionFailed}) {
+    EXPECT_THROW(RunInTransaction(store->GetConnection(), "Test", policy,
+                                  [this] {
+                                    store_->Set(MakeObject(Id("motd", "sys"), R"({"text":"kept"})"),
+                                                EXTERNAL);
+                                    throw 42;
+                                  }),
+                 int);
+    EXPECT_EQ(1, store->GetConnection()->TransactionDepth());
+    EXPECT_EQ(0, store_->CommitTransaction());
+    EXPECT_TRUE(JsonEqual(R"({"text":"kept"})", raw_->Column(Id("motd", "sys"), "UserValue")));
+    store_->Delete(Id("motd", "sys"));
+  }
 }
 
 }  // namespace

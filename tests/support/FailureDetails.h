@@ -10,15 +10,16 @@
 
 namespace CorvTest {
 
-// Runs f and checks that it throws ConfigStoreException 2000 with the
-// message and exactly the details.
+// Runs f and checks that it throws ConfigStoreException with the code
+// (2000 unless given), the message and exactly the details.
 inline ::testing::AssertionResult ThrowsWithDetails(const std::function<void()>& f,
                                                     const std::string& message,
-                                                    const std::vector<std::string>& details) {
+                                                    const std::vector<std::string>& details,
+                                                    int code = 2000) {
   try {
     f();
   } catch (const CorvConfigStore::ConfigStoreException& e) {
-    if (e.GetErrorCode() == 2000 && message == e.what() && details == e.GetDetails())
+    if (e.GetErrorCode() == code && message == e.what() && details == e.GetDetails())
       return ::testing::AssertionSuccess();
     ::testing::AssertionResult failure = ::testing::AssertionFailure();
     failure << "threw [" << e.GetErrorCode() << "] " << e.what() << " with details:";
