@@ -60,7 +60,23 @@ class DepthLimitedHandler {
   bool tooDeep_ = false;
 };
 
+// The pool comes first among the bases, so it is built before the document
+// that allocates from it and outlives it.
+struct PoolOwner {
+  explicit PoolOwner(size_t bytes) : pool(bytes) {}
+  JsonAllocator pool;
+};
+
+class PooledDocument : private PoolOwner, public JsonDocument {
+ public:
+  explicit PooledDocument(size_t bytes) : PoolOwner(bytes), JsonDocument(&pool) {}
+};
+
 }  // namespace
+
+std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
+  return std::make_shared<PooledDocument>(bytes);
+}
 
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
   rapidjson::Reader reader;

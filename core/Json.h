@@ -6,6 +6,7 @@
 #include <corvconfigstore/Json.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include <rapidjson/error/en.h>
@@ -22,6 +23,16 @@ using JsonAllocator = rapidjson::Document::AllocatorType;
 // Deepest nesting of arrays and objects accepted in JSON text. Deeper text
 // is refused at parse time, so no later recursive walk can exhaust the stack.
 constexpr int kMaxJsonDepth = 256;
+
+// A new null document whose values live in a pool of its own that starts
+// with a block of about bytes (rapidjson's own documents start with 64 KB).
+// A document's pool lives as long as the document, so a small object holds
+// memory in proportion to its size, not to the pool's default block.
+std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes = 1024);
+
+// The block to start the pool of a document parsed from length bytes of
+// text with: room for the parsed values of typical text in one block.
+inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 256; }
 
 // Parses text as exactly one JSON value (blanks, tabs, carriage returns and
 // line feeds around it allowed) into document, without recursion and with

@@ -183,7 +183,7 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
                           const ConfigRow& row, Layer layer) {
   if (!row.Has(layer)) return nullptr;
   const std::string& text = *row.Get(layer);
-  auto document = std::make_shared<JsonDocument>();
+  auto document = NewJsonDocument(ParsedDocumentBytes(text.size()));
   std::string error;
   if (!ParseJson(text.data(), text.size(), *document, &error) || !document->IsObject()) {
     std::string reason = error.empty() ? "not a JSON object" : error;

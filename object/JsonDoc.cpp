@@ -51,11 +51,11 @@ std::shared_ptr<JsonDoc> JsonDoc::Extend(JsonNode step) const {
 }
 
 std::shared_ptr<JsonDoc> CreateDocument() {
-  return std::make_shared<JsonDoc>(std::make_shared<JsonDocument>());
+  return std::make_shared<JsonDoc>(NewJsonDocument());
 }
 
 std::shared_ptr<JsonDoc> CreateDocumentFromString(const std::string& text) {
-  auto document = std::make_shared<JsonDocument>();
+  auto document = NewJsonDocument(ParsedDocumentBytes(text.size()));
   std::string error;
   if (!ParseJson(text.data(), text.size(), *document, &error)) {
     ThrowException<ConfigStoreException>(CS_ERR_JSON_PARSE, error.c_str());
@@ -71,7 +71,7 @@ std::shared_ptr<JsonDoc> CreateDocumentFromFile(const std::string& path) {
     contents << stream.rdbuf();
     text = contents.str();
   }
-  auto document = std::make_shared<JsonDocument>();
+  auto document = NewJsonDocument(ParsedDocumentBytes(text.size()));
   if (!stream || stream.bad() || !ParseJson(text.data(), text.size(), *document, nullptr)) {
     ThrowException<ConfigStoreException>(CS_ERR_JSON_FILE, path.c_str());
   }

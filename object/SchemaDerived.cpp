@@ -1,4 +1,4 @@
-// Copies of the schema's instance-id map and defaults.
+// The schema's instance-id map and defaults as objects see them.
 #include "object/SchemaDerived.h"
 
 #include <corvconfigstore/Logger.h>
@@ -9,13 +9,15 @@ namespace CorvConfigStore {
 
 namespace {
 
-// A document of its own holding a copy of value; null for anything but an
-// object with members, which would answer no question.
-std::shared_ptr<JsonDoc> CopyIfNotEmpty(const JsonValue& value) {
-  if (!value.IsObject() || value.ObjectEmpty()) return nullptr;
-  std::shared_ptr<JsonDoc> doc = CreateDocument();
-  doc->GetJsonValuePtr()->CopyFrom(value, doc->GetAllocator());
-  return doc;
+// A handle on one of the schema's own documents, keeping the schema alive;
+// null for anything but an object with members, which would answer no
+// question. Objects only read their instance-id map and defaults, so every
+// object of a key shares the schema's documents rather than copying them.
+std::shared_ptr<JsonDoc> ShareIfNotEmpty(
+    const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, const JsonDocument& document) {
+  if (!document.IsObject() || document.ObjectEmpty()) return nullptr;
+  return std::make_shared<JsonDoc>(
+      std::shared_ptr<JsonDocument>(schema, const_cast<JsonDocument*>(&document)));
 }
 
 }  // namespace
@@ -26,7 +28,7 @@ std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
     CSLogger::Log(0, "Schema object not found for key: %s", key.c_str());
     return nullptr;
   }
-  return CopyIfNotEmpty(schema->GetInstanceIdMap());
+  return ShareIfNotEmpty(schema, schema->GetInstanceIdMap());
 }
 
 std::shared_ptr<JsonDoc> GetDefaultsFromSchema(
@@ -35,7 +37,7 @@ std::shared_ptr<JsonDoc> GetDefaultsFromSchema(
     CSLogger::Log(0, "Schema object is null.");
     return nullptr;
   }
-  return CopyIfNotEmpty(schema->GetDefaults());
+  return ShareIfNotEmpty(schema, schema->GetDefaults());
 }
 
 }  // namespace CorvConfigStore

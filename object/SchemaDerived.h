@@ -13,14 +13,15 @@ class SchemaObject;
 
 namespace CorvConfigStore {
 
-// A document holding a copy of the schema's instance-id map; null when the
+// The schema's instance-id map, shared with the schema (to be read, never
+// changed); null when the
 // map has no members, and null after logging "Schema object not found for
 // key: <key>" at priority 0 when there is no schema.
 std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
     const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, const std::string& key);
 
-// A document holding a copy of the schema's default values; null when there
-// are none, and null after logging "Schema object is null." at priority 0
+// The schema's default values, shared with the schema (to be read, never
+// changed); null when there are none, and null after logging "Schema object is null." at priority 0
 // when there is no schema.
 std::shared_ptr<JsonDoc> GetDefaultsFromSchema(
     const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema);

@@ -59,11 +59,11 @@ class SchemaObject {
   // Member name -> instance-id property, for the key itself (when it has
   // instances) and every array-of-objects property at any depth; the first
   // definition of a name wins. An object, possibly without members.
-  const CorvConfigStore::JsonValue& GetInstanceIdMap() const { return idMap_; }
+  const CorvConfigStore::JsonDocument& GetInstanceIdMap() const { return idMap_; }
   // Defaults of the key: each property's "default", nested objects for
   // object properties, the items' defaults under an array-of-objects
   // property's name. An object, possibly without members.
-  const CorvConfigStore::JsonValue& GetDefaults() const { return defaults_; }
+  const CorvConfigStore::JsonDocument& GetDefaults() const { return defaults_; }
   // 1 vital, 3 cached, 4 internal, 5 system instances, 0 otherwise.
   int GetKind() const { return kind_; }
   // Instance ids the host owns (kind 5).
