@@ -60,16 +60,25 @@ class DepthLimitedHandler {
   bool tooDeep_ = false;
 };
 
+// rapidjson's allocator of blocks and parse stacks holds no state, so every
+// document shares one instead of each making its own on first use.
+rapidjson::CrtAllocator gBlocks;
+
 // The pool comes first among the bases, so it is built before the document
 // that allocates from it and outlives it.
 struct PoolOwner {
-  explicit PoolOwner(size_t bytes) : pool(bytes) {}
+  explicit PoolOwner(size_t bytes) : pool(bytes, &gBlocks) {}
   JsonAllocator pool;
 };
 
 class PooledDocument : private PoolOwner, public JsonDocument {
  public:
-  explicit PooledDocument(size_t bytes) : PoolOwner(bytes), JsonDocument(&pool) {}
+  explicit PooledDocument(size_t bytes)
+      : PoolOwner(bytes), JsonDocument(&pool, kParseStackBytes, &gBlocks) {}
+
+ private:
+  // rapidjson's default first parse stack.
+  static constexpr size_t kParseStackBytes = 1024;
 };
 
 }  // namespace

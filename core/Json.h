@@ -32,7 +32,7 @@ std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes = 1024);
 
 // The block to start the pool of a document parsed from length bytes of
 // text with: room for the parsed values of typical text in one block.
-inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 256; }
+inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 64; }
 
 // Parses text as exactly one JSON value (blanks, tabs, carriage returns and
 // line feeds around it allowed) into document, without recursion and with

@@ -23,7 +23,7 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(
     bool deriveFromSchema, const std::shared_ptr<JsonDoc>& idMap,
     const std::shared_ptr<JsonDoc>& defaults)
     : StoreObjectImpl(id, data),
-      rootId_(rootId),
+      rootId_(rootId == id ? nullptr : std::make_unique<const ConfigStoreObjectId>(rootId)),
       deriveFromSchema_(deriveFromSchema),
       version_(version),
       creationTime_(creationTime),

@@ -53,7 +53,9 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   const std::string& GetCreationTime() const { return creationTime_; }
   const std::string& GetModifiedTime() const { return modifiedTime_; }
   int GetRevision() const { return revision_; }
-  const ConfigStoreObjectId& GetRootId() const { return rootId_; }
+  const ConfigStoreObjectId& GetRootId() const {
+    return rootId_ ? *rootId_ : GetConfigStoreObjectId();
+  }
   std::optional<unsigned long> GetIndex() const { return index_; }
   bool IsDerivedFromSchema() const { return deriveFromSchema_; }
   // May be null.
@@ -94,7 +96,9 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   // the member is a list of instances.
   bool FindIdProperty(const std::string& key, std::string* idProp) const;
 
-  ConfigStoreObjectId rootId_;
+  // Set only for a sub-object: a top-level object is its own root, and
+  // objects are many, so they do not carry a second copy of their id.
+  std::unique_ptr<const ConfigStoreObjectId> rootId_;
   bool deriveFromSchema_;
   std::shared_ptr<JsonDoc> idMap_;
   std::string version_;

@@ -13,9 +13,7 @@
 namespace CorvConfigStore {
 
 JsonDoc::JsonDoc(std::shared_ptr<JsonDocument> document, std::vector<JsonNode> path)
-    : document_(std::move(document)),
-      allocator_(document_, &document_->GetAllocator()),
-      path_(std::move(path)) {}
+    : document_(std::move(document)), path_(std::move(path)) {}
 
 JsonValue* JsonDoc::GetJsonValuePtr() const {
   JsonValue* current = document_.get();

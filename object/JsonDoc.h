@@ -39,14 +39,11 @@ class JsonDoc {
   std::shared_ptr<JsonDoc> Extend(JsonNode step) const;
 
   const std::shared_ptr<JsonDocument>& GetDocument() const { return document_; }
-  JsonAllocator& GetAllocator() const { return *allocator_; }
-  const std::shared_ptr<JsonAllocator>& GetAllocatorPtr() const { return allocator_; }
+  JsonAllocator& GetAllocator() const { return document_->GetAllocator(); }
   const std::vector<JsonNode>& GetPath() const { return path_; }
 
  private:
   std::shared_ptr<JsonDocument> document_;
-  // Aliases the document's own allocator and shares the document's lifetime.
-  std::shared_ptr<JsonAllocator> allocator_;
   std::vector<JsonNode> path_;
 };
 

@@ -32,9 +32,9 @@ void AppendPosition(std::string* pointer, unsigned long position) {
 
 std::string ConfigStoreObjectImpl::GetPath(const char* property) const {
   std::string pointer;
-  AppendToken(&pointer, rootId_.component);
-  AppendToken(&pointer, rootId_.group);
-  AppendToken(&pointer, rootId_.key);
+  AppendToken(&pointer, GetRootId().component);
+  AppendToken(&pointer, GetRootId().group);
+  AppendToken(&pointer, GetRootId().key);
   if (index_) AppendPosition(&pointer, *index_);
   for (const JsonNode& step : doc_->GetPath()) {
     AppendToken(&pointer, step.name);

@@ -47,7 +47,7 @@ std::shared_ptr<ConfigStoreObjectImpl> ConfigStoreObjectImpl::MakeSubObjectPtr(
   }
   step.index = index;
   return std::make_shared<ConfigStoreObjectImpl>(
-      subObjectId, rootId_, index_, doc_->Extend(std::move(step)), nullptr, version_, creationTime_,
+      subObjectId, GetRootId(), index_, doc_->Extend(std::move(step)), nullptr, version_, creationTime_,
       modifiedTime_, revision_, false, idMap_, defaults_);
 }
 
