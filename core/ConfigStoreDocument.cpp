@@ -1,4 +1,4 @@
-// ValueExists, SerializeValue, IsEqualValue and AddObject.
+// ValueExists, SerializeValue and IsEqualValue.
 #include "core/ConfigStoreDocument.h"
 
 #include <string_view>
@@ -79,16 +79,6 @@ bool Equal(const JsonValue& a, const JsonValue& b, const JsonValue* schema) {
   return CorvConfigStore::JsonEqual(a, b);
 }
 
-// The object member of that name, made (or remade) an object.
-JsonValue& ObjectMember(JsonValue& parent, const std::string& name, JsonAllocator& allocator) {
-  auto found = parent.FindMember(name);
-  if (found == parent.MemberEnd()) {
-    parent.AddMember(JsonValue(name, allocator), JsonValue(rapidjson::kObjectType), allocator);
-    return (parent.MemberEnd() - 1)->value;
-  }
-  if (!found->value.IsObject()) found->value.SetObject();
-  return found->value;
-}
 
 }  // namespace
 
@@ -106,27 +96,5 @@ bool IsEqualValue(const JsonValue& a, const JsonValue& b, const JsonValue* schem
   return Equal(a, b, schema);
 }
 
-void AddObject(JsonValue& root, const std::string& component, const std::string& group,
-               const std::string& key, const std::string& instanceId, JsonValue& value,
-               JsonAllocator& allocator) {
-  if (!root.IsObject()) root.SetObject();
-  JsonValue& groups = ObjectMember(root, component, allocator);
-  JsonValue& keys = ObjectMember(groups, group, allocator);
-  auto found = keys.FindMember(key);
-  if (instanceId.empty()) {
-    if (found != keys.MemberEnd())
-      found->value = value;
-    else
-      keys.AddMember(JsonValue(key, allocator), value, allocator);
-    return;
-  }
-  if (found == keys.MemberEnd()) {
-    keys.AddMember(JsonValue(key, allocator), JsonValue(rapidjson::kArrayType), allocator);
-    found = keys.MemberEnd() - 1;
-  } else if (!found->value.IsArray()) {
-    found->value.SetArray();
-  }
-  found->value.PushBack(value, allocator);
-}
 
 }  // namespace ConfigStoreDocument

@@ -1,5 +1,4 @@
-// Document helpers: member tests, serialisation, schema-aware equality and
-// the placement of objects in whole-store documents.
+// Document helpers: member tests, serialisation and schema-aware equality.
 #pragma once
 
 #include <string>
@@ -24,16 +23,5 @@ std::string SerializeValue(const CorvConfigStore::JsonValue& value);
 // array schema given two objects describes them as instances ("items").
 bool IsEqualValue(const CorvConfigStore::JsonValue& a, const CorvConfigStore::JsonValue& b,
                   const CorvConfigStore::JsonValue* schema = nullptr);
-
-// Places value in a document nested component, group, key: creates the
-// component and group objects as needed (replacing a member of that name
-// that is not an object), then with an empty instanceId sets value as the
-// key's member, replacing what was there, and otherwise appends it to the
-// key's array (made anew when the key holds something else). root becomes
-// an object if it is not one. value is moved into the document (left null)
-// and must belong to allocator.
-void AddObject(CorvConfigStore::JsonValue& root, const std::string& component,
-               const std::string& group, const std::string& key, const std::string& instanceId,
-               CorvConfigStore::JsonValue& value, CorvConfigStore::JsonAllocator& allocator);
 
 }  // namespace ConfigStoreDocument

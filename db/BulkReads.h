@@ -69,4 +69,9 @@ void FilterConfigStoreObjects(std::vector<std::shared_ptr<ConfigStoreObjectImpl>
 // supported" is logged at priority 0).
 bool csoMatchesFilter(const JsonValue& value, const JsonValue& filter);
 
+// Whether object is kept by FilterConfigStoreObjects(filter): always for a
+// null or empty filter, otherwise as csoMatchesFilter decides.
+bool ObjectMatchesFilter(const ConfigStoreObject& object,
+                         const std::shared_ptr<FilterSpecObject>& filter);
+
 }  // namespace CorvConfigStore

@@ -164,6 +164,23 @@ ConfigRows ReadRows(const Connection& conn, const DBStore::SqlStatement& stateme
   return rows;
 }
 
+void ForEachRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                const DBStore::SqlParams& params, const std::string& message,
+                const std::function<void(const ConfigRow&)>& visit) {
+  RowFiller filler;
+  ConfigRow row;
+  if (DBStore::ExecuteStmt(
+          conn, statement, params,
+          [&](int count, char** values, char** names) {
+            row = ConfigRow();
+            filler.Fill(row, count, values, names);
+            visit(row);
+            return 0;
+          },
+          kStmtTimeLimit) != DBStore::kSuccess)
+    DBStore::ThrowFailure(conn, message);
+}
+
 ConfigRows CollectRows(const Connection& conn, const DBStore::SqlStatement& statement,
                        const DBStore::SqlParams& params) {
   return ReadRows(conn, statement, params, "Get store rows failed.");
@@ -174,9 +191,23 @@ ConfigRow ReadObjectRow(const Connection& conn, const DBStore::SqlStatement& sta
   return ReadRow(conn, statement, InstanceParams(id), "Get failed: " + id.toString());
 }
 
+namespace {
+
+std::string ReadInstancesFailed(const ConfigStoreObjectId& id) {
+  return "Read Instances failed for: " + id.toString();
+}
+
+}  // namespace
+
 ConfigRows ReadInstanceRows(const Connection& conn, const DBStore::SqlStatement& statement,
                             const ConfigStoreObjectId& id) {
-  return ReadRows(conn, statement, KeyParams(id), "Read Instances failed for: " + id.toString());
+  return ReadRows(conn, statement, KeyParams(id), ReadInstancesFailed(id));
+}
+
+void ForEachInstanceRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                        const ConfigStoreObjectId& id,
+                        const std::function<void(const ConfigRow&)>& visit) {
+  ForEachRow(conn, statement, KeyParams(id), ReadInstancesFailed(id), visit);
 }
 
 ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,

@@ -8,6 +8,7 @@
 #include <corvconfigstore/ObjectId.h>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -90,6 +91,13 @@ ConfigRow ReadRow(const Connection& conn, const DBStore::SqlStatement& statement
 ConfigRows ReadRows(const Connection& conn, const DBStore::SqlStatement& statement,
                     const DBStore::SqlParams& params, const std::string& message);
 
+// Runs statement and hands each result row to visit as soon as it is read,
+// so that no result, however large, is held whole; the row passed is only
+// valid during the call. Failures throw as ReadRow does.
+void ForEachRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                const DBStore::SqlParams& params, const std::string& message,
+                const std::function<void(const ConfigRow&)>& visit);
+
 // The collector of the raw reads: throws ConfigStoreException 2000 "Get
 // store rows failed." when the statement fails; no rows is an empty list.
 ConfigRows CollectRows(const Connection& conn, const DBStore::SqlStatement& statement,
@@ -106,6 +114,10 @@ ConfigRow ReadObjectRow(const Connection& conn, const DBStore::SqlStatement& sta
 // the statement fails.
 ConfigRows ReadInstanceRows(const Connection& conn, const DBStore::SqlStatement& statement,
                             const ConfigStoreObjectId& id);
+// The same rows, each handed to visit as it is read (see ForEachRow).
+void ForEachInstanceRow(const Connection& conn, const DBStore::SqlStatement& statement,
+                        const ConfigStoreObjectId& id,
+                        const std::function<void(const ConfigRow&)>& visit);
 
 // The layer object of one value column: the column's JSON, with the row's
 // version, creation and modification time and revision; empty when the

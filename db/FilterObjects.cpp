@@ -46,6 +46,12 @@ bool csoMatchesFilter(const JsonValue& value, const JsonValue& filter) {
   return true;
 }
 
+bool ObjectMatchesFilter(const ConfigStoreObject& object,
+                         const std::shared_ptr<FilterSpecObject>& filter) {
+  return !filter || filter->IsEmpty() ||
+         csoMatchesFilter(*ImplOf(object).GetJsonValuePtr(), *ImplOf(filter).GetJsonValuePtr());
+}
+
 void FilterConfigStoreObjects(ObjectList& objects,
                               const std::shared_ptr<FilterSpecObject>& filter) {
   FilterObjects(objects, filter,

@@ -57,18 +57,27 @@ ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& f
                                       const Connection& conn, const SchemaPtr& schema,
                                       const OperationContext& op) {
   if (IsNull(filter, "GetConfigInstancesInternal")) return {};
-  ConfigStoreObjectId id = filter->GetConfigStoreObjectId();
   ObjectList objects;
-  if (!id.instanceId.empty()) {
-    if (ObjectPtr object = GetInternal(id, conn, schema, op)) objects.push_back(object);
-  } else {
-    for (const ConfigRow& row : ReadInstanceRows(conn, GET_INSTANCES, id)) {
-      ObjectPtr object = MergeCurrent(WithInstanceId(id, row.identifier), schema, row, op);
-      if (object) objects.push_back(object);
-    }
-  }
-  FilterConfigStoreObjects(objects, filter);
+  ForEachConfigInstance(filter, conn, schema, op,
+                        [&objects](const ObjectPtr& object) { objects.push_back(object); });
   return objects;
+}
+
+void ForEachConfigInstance(const std::shared_ptr<FilterSpecObject>& filter,
+                           const Connection& conn, const SchemaPtr& schema,
+                           const OperationContext& op,
+                           const std::function<void(const ObjectPtr&)>& visit) {
+  const ConfigStoreObjectId& id = filter->GetConfigStoreObjectId();
+  auto offer = [&](const ObjectPtr& object) {
+    if (object && ObjectMatchesFilter(*object, filter)) visit(object);
+  };
+  if (!id.instanceId.empty()) {
+    offer(GetInternal(id, conn, schema, op));
+    return;
+  }
+  ForEachInstanceRow(conn, GET_INSTANCES, id, [&](const ConfigRow& row) {
+    offer(MergeCurrent(WithInstanceId(id, row.identifier), schema, row, op));
+  });
 }
 
 std::vector<std::string> GetInstanceIdsInternal(const ConfigStoreObjectId& id,

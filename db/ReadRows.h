@@ -41,6 +41,14 @@ ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& f
                                       const Connection& conn, const SchemaPtr& schema,
                                       const OperationContext& op);
 
+// The objects GetConfigInstancesInternal returns, in the same order, each
+// handed to visit as soon as its row is read and merged: reading every
+// instance of a key costs the memory of one.
+void ForEachConfigInstance(const std::shared_ptr<FilterSpecObject>& filter,
+                           const Connection& conn, const SchemaPtr& schema,
+                           const OperationContext& op,
+                           const std::function<void(const ObjectPtr&)>& visit);
+
 // The instance ids of id's key, in row order. Throws ConfigStoreException
 // 2000 "GetInstanceIds failed" when the read fails.
 std::vector<std::string> GetInstanceIdsInternal(const ConfigStoreObjectId& id,

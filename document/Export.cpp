@@ -1,66 +1,122 @@
-// Export of stored configurations as a whole-store document.
+// Export of stored configurations as a whole-store document, written as it
+// is read: as one string, or in pieces to a caller's sink; and the instances
+// of one key as a streamed array.
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/ImportExport.h>
 #include <corvconfigstore/Logger.h>
 
+#include <string>
+
 #include "core/Checks.h"
 #include "db/ReadRows.h"
-#include "document/ImportExportInternal.h"
-#include "object/ConfigStoreObjectImpl.h"
-#include "object/JsonDoc.h"
-#include "core/ConfigStoreDocument.h"
-#include "schema/SchemaStore.h"
-#include "store/GetDBStore.h"
-#include "validation/Validation.h"
+#include "document/ExportStream.h"
+#include "document/JsonTextOut.h"
 #include "object/ObjectAccess.h"
+#include "store/GetDBStore.h"
+#include "store/StoreOperation.h"
+#include "validation/Validation.h"
 
 namespace CorvConfigStore {
-
 namespace {
 
-// The document of an export grows in chunks of this many bytes.
-constexpr size_t kExportChunkSize = 65536;
+// Writes the document nested component, group, key from configurations
+// handed over in document order, opening and closing levels as the
+// identifiers change; the instances of one key form one array.
+template <typename Writer>
+class DocumentNester {
+ public:
+  explicit DocumentNester(Writer& writer) : writer_(writer) { writer_.StartObject(); }
+
+  void Add(const ConfigStoreObjectId& id, const ConfigStoreObject* object) {
+    const bool newComponent = depth_ == 0 || id.component != component_;
+    const bool newGroup = newComponent || id.group != group_;
+    const bool newKey = newGroup || id.key != key_;
+    if (newKey) CloseArray();
+    if (newGroup && depth_ == 2) Close();
+    if (newComponent && depth_ == 1) Close();
+    if (newComponent) Open(id.component, &component_);
+    if (newGroup) Open(id.group, &group_);
+    if (newKey) {
+      key_ = id.key;
+      writer_.Key(key_.c_str(), static_cast<rapidjson::SizeType>(key_.size()));
+      if (object != nullptr && !id.instanceId.empty()) {
+        writer_.StartArray();
+        inArray_ = true;
+      }
+    }
+    if (object == nullptr)
+      writer_.Null();
+    else
+      WriteWithoutGeneratedIds(*ImplOf(*object).GetJsonValuePtr(), writer_);
+  }
+
+  void Finish() {
+    CloseArray();
+    while (depth_ > 0) Close();
+    writer_.EndObject();
+  }
+
+ private:
+  void Open(const std::string& name, std::string* current) {
+    *current = name;
+    writer_.Key(name.c_str(), static_cast<rapidjson::SizeType>(name.size()));
+    writer_.StartObject();
+    ++depth_;
+  }
+  void Close() {
+    writer_.EndObject();
+    --depth_;
+  }
+  void CloseArray() {
+    if (inArray_) writer_.EndArray();
+    inArray_ = false;
+  }
+
+  Writer& writer_;
+  std::string component_, group_, key_;
+  int depth_ = 0;  // component and group objects open
+  bool inArray_ = false;
+};
 
 }  // namespace
 
-void ExportInternal(JsonDocument& document, CsoIdObjectMap& objects, bool clearGeneratedIds) {
-  JsonAllocator& allocator = document.GetAllocator();
-  for (const auto& entry : objects) {
-    const ConfigStoreObjectId& id = entry.first;
-    // The copy is what is cleaned and placed; the object stays as it is.
-    JsonValue value;
-    if (entry.second) value.CopyFrom(*ImplOf(entry.second).GetJsonValuePtr(), allocator);
-    if (clearGeneratedIds) ClearGeneratedInstanceId(&value);
-    ConfigStoreDocument::AddObject(document, id.component, id.group, id.key, id.instanceId, value,
-                                   allocator);
-  }
+void ExportTo(std::vector<std::shared_ptr<FilterSpecObject>> filters, const TextSink& sink,
+              JsonLayout layout) {
+  CSLogger::Log(3, "%s invoked", "Export");
+  // Reading starts, and so every check is made, before the first piece of
+  // text reaches the sink.
+  WriteJsonText(sink, layout, [&filters](auto& writer) {
+    DocumentNester<std::remove_reference_t<decltype(writer)>> document(writer);
+    ForEachExported(filters, [&document](const ConfigStoreObjectId& id,
+                                         const ConfigStoreObject* object) {
+      document.Add(id, object);
+    });
+    document.Finish();
+  });
 }
 
 std::string Export(std::vector<std::shared_ptr<FilterSpecObject>> filters) {
-  CSLogger::Log(3, "%s invoked", "Export");
-  JsonAllocator allocator(kExportChunkSize);
-  JsonDocument document(&allocator);
-  document.SetObject();
-  if (filters.empty()) return ConfigStoreDocument::SerializeValue(document);
+  std::string document;
+  ExportTo(std::move(filters), [&document](const char* text, size_t length) {
+    document.append(text, length);
+  });
+  return document;
+}
 
-  auto connection = GetDBStore(DBStore::CONFIG_STORE, true);
-  OperationContext op;
-  CsoIdObjectMap objects;
-  for (const auto& filter : filters) {
-    if (IsNull(filter, "Export")) continue;
-    const ConfigStoreObjectId id = WithInstanceId(filter->GetConfigStoreObjectId(), "");
-    auto schema = op.Schema(id);
-    CheckSchema(id, schema);
-    if (!schema->HasInstances()) {
-      objects[id] = GetInternal(id, connection, schema, op);
-      continue;
+void ExportInstancesTo(const std::shared_ptr<FilterSpecObject>& filter, const TextSink& sink,
+                       JsonLayout layout) {
+  WriteJsonText(sink, layout, [&](auto& writer) {
+    writer.StartArray();
+    if (!IsNull(filter, "GetInstances")) {
+      StoreOperation op(4, "GetInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
+      ValidateCsoIdInstances(filter, op.Schema());
+      ForEachConfigInstance(filter, GetDBStore(DBStore::CONFIG_STORE, true), op.Schema(),
+                            op.Context(), [&writer](const ObjectPtr& object) {
+                              WriteWithoutGeneratedIds(*ImplOf(object).GetJsonValuePtr(), writer);
+                            });
     }
-    ObjectList instances = GetConfigInstancesInternal(filter, connection, schema, op);
-    if (instances.empty()) objects[id] = nullptr;
-    for (const auto& instance : instances) objects[instance->GetConfigStoreObjectId()] = instance;
-  }
-  ExportInternal(document, objects, true);
-  return ConfigStoreDocument::SerializeValue(document);
+    writer.EndArray();
+  });
 }
 
 }  // namespace CorvConfigStore

@@ -37,12 +37,6 @@ bool GetCsoidObjMapFromDocument(const std::string& docString, CsoIdObjectMap& ou
                                 const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
                                 std::vector<ErrorInfo>& errors);
 
-// Places every entry of objects into document (whose root must be an
-// object), nested component, group, key: instances appended to their key's
-// array, other values set under their key, empty entries as null. With
-// clearGeneratedIds the placed copies carry no "cs_generated_id".
-void ExportInternal(JsonDocument& document, CsoIdObjectMap& objects, bool clearGeneratedIds);
-
 // True when a and b (neither null) denote the same instance of the schema's
 // key and hold equal values. With generated instance ids the ids play no
 // part: only component, group and key must match, and the values are

@@ -89,10 +89,10 @@ void ConfigStoreObjectImpl::SetInstanceIdFromCsoId() {
 }
 
 std::string ConfigStoreObjectImpl::GetData() const {
-  JsonDocument scratch;
-  scratch.CopyFrom(*GetJsonValuePtr(), scratch.GetAllocator());
-  ClearGeneratedInstanceId(&scratch);
-  return ConfigStoreDocument::SerializeValue(scratch);
+  rapidjson::StringBuffer text;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(text);
+  WriteWithoutGeneratedIds(*GetJsonValuePtr(), writer);
+  return std::string(text.GetString(), text.GetSize());
 }
 
 std::string ConfigStoreObjectImpl::GetSerializedData() const { return StoreObjectImpl::GetData(); }

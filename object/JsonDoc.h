@@ -61,4 +61,31 @@ std::shared_ptr<JsonDoc> CreateDocumentFromFile(const std::string& path);
 // the other members.
 void ClearGeneratedInstanceId(JsonValue* value);
 
+// Writes value to a rapidjson writer as ClearGeneratedInstanceId would leave
+// it (the first "cs_generated_id" member of each object dropped), without
+// changing or copying it. Stored text is at most kMaxJsonDepth deep, which
+// bounds the recursion.
+template <typename Writer>
+void WriteWithoutGeneratedIds(const JsonValue& value, Writer& writer) {
+  if (value.IsArray()) {
+    writer.StartArray();
+    for (const JsonValue& element : value.GetArray()) WriteWithoutGeneratedIds(element, writer);
+    writer.EndArray();
+  } else if (value.IsObject()) {
+    writer.StartObject();
+    bool dropped = false;
+    for (const auto& member : value.GetObject()) {
+      if (!dropped && member.name == kGeneratedIdProperty) {
+        dropped = true;
+        continue;
+      }
+      writer.Key(member.name.GetString(), member.name.GetStringLength());
+      WriteWithoutGeneratedIds(member.value, writer);
+    }
+    writer.EndObject();
+  } else {
+    value.Accept(writer);
+  }
+}
+
 }  // namespace CorvConfigStore

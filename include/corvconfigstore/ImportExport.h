@@ -12,6 +12,8 @@
 #include <corvconfigstore/Export.h>
 #include <corvconfigstore/ObjectId.h>
 
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,6 +41,30 @@ CORV_EXPORT bool Import(const std::string& docString, std::vector<ErrorInfo>& er
 // row. An empty filter list exports "{}". Throws code 1037 for a key without
 // schema. Generated instance ids are not exported.
 CORV_EXPORT std::string Export(std::vector<std::shared_ptr<FilterSpecObject>> filters);
+
+// How the streamed writers lay out JSON text: compact, as Export returns it,
+// or indented by two spaces a level with one member or element a line.
+enum class JsonLayout { kCompact, kIndented };
+
+// Receives a text in consecutive pieces. It may throw to stop the writer
+// (after a failed write, say); the exception reaches the writer's caller.
+using TextSink = std::function<void(const char* text, size_t length)>;
+
+// Writes the document Export(filters) returns, in layout, to sink while
+// reading it: one configuration is held at a time, so a store of any size
+// is exported in little memory. Keys come in order of component, group and
+// key, and instances in the store's order; an instance two filters select
+// is written once. The checks and failures are those of Export, all made
+// before the first piece is written.
+CORV_EXPORT void ExportTo(std::vector<std::shared_ptr<FilterSpecObject>> filters,
+                          const TextSink& sink, JsonLayout layout = JsonLayout::kCompact);
+
+// Writes the instances ConfigStore::GetInstances(filter) returns, as one
+// JSON array in layout, to sink while reading them, one at a time. The
+// checks and failures are those of GetInstances; a null filter writes "[]".
+CORV_EXPORT void ExportInstancesTo(const std::shared_ptr<FilterSpecObject>& filter,
+                                   const TextSink& sink,
+                                   JsonLayout layout = JsonLayout::kCompact);
 
 // Removes from the instances (of one key with instances) every one equal to
 // a shipped default instance; with generated instance ids each default

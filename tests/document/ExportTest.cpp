@@ -1,14 +1,17 @@
-// Export of stored configurations as documents, and the placement of a map
-// of objects into a document.
+// Export of stored configurations as documents, whole or streamed to a
+// sink, and the streamed instances of one key.
 #include <corvconfigstore/Exceptions.h>
 
 #include <map>
+#include <vector>
 
 #include "document/ImportExportInternal.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "core/ConfigStoreDocument.h"
 #include "support/HostFixture.h"
 #include "object/ObjectAccess.h"
+
+#include <rapidjson/prettywriter.h>
 
 using namespace CorvConfigStore;
 using namespace CorvTest;
@@ -39,6 +42,41 @@ class ExportTest : public HostFixture {
         !parsed[component][group].HasMember(key))
       return "<absent>";
     return JsonToString(parsed[component][group][key]);
+  }
+
+  // A sink that keeps every piece it is handed.
+  struct Pieces {
+    std::vector<std::string> pieces;
+    TextSink Sink() {
+      return [this](const char* text, size_t length) { pieces.emplace_back(text, length); };
+    }
+    std::string Text() const {
+      std::string text;
+      for (const std::string& piece : pieces) text += piece;
+      return text;
+    }
+  };
+
+  // The text indented by two spaces a level, as rapidjson's pretty writer
+  // lays it out.
+  static std::string Indented(const std::string& json) {
+    JsonDocument parsed;
+    parsed.Parse(json.c_str());
+    rapidjson::StringBuffer buffer;
+    rapidjson::PrettyWriter<rapidjson::StringBuffer> writer(buffer);
+    writer.SetIndent(' ', 2);
+    parsed.Accept(writer);
+    return buffer.GetString();
+  }
+
+  void StoreInterfaces(int count) {
+    std::vector<std::shared_ptr<ConfigStoreObject>> nics;
+    for (int i = 0; i < count; ++i) {
+      std::string name = "eth" + std::to_string(i);
+      nics.push_back(MakeObject(ConfigStoreObjectId("iface", "net", "corv", name),
+                                R"({"name":")" + name + R"("})"));
+    }
+    store_->SetInstances(nics, EXTERNAL);
   }
 
   // The instances of a key's array by instance id property, as texts.
@@ -144,31 +182,108 @@ TEST_F(ExportTest, ExportWithoutStoreCannotConnect) {
                                            "Failed to connect to database"));
 }
 
-// ---- ExportInternal
+// ---- Streamed export
 
-TEST_F(ExportTest, ExportInternalPlacesEveryEntry) {
-  auto route = CreateObject(kRoutes, R"({"dest":"a"})");
-  const std::string routeId = route->GetConfigStoreObjectId().instanceId;
-  CsoIdObjectMap map{{kDns, MakeObject(kDns, R"({"domain":"a"})")},
-                     {kIface, nullptr},
-                     {route->GetConfigStoreObjectId(), route}};
+TEST_F(ExportTest, AStreamedExportIsTheDocumentInKeyOrder) {
+  store_->Set(MakeObject(Id("motd", "sys"), R"({"text":"hi"})"), EXTERNAL);
+  store_->Set(MakeObject(kDns, R"({"domain":"a"})"), EXTERNAL);
+  store_->SetInstances({MakeObject(kEth0, R"({"name":"eth0"})"),
+                        MakeObject(kEth1, R"({"name":"eth1"})")},
+                       EXTERNAL);
+  auto filters = Filters({Id("motd", "sys"), kIface, Id("iface", "lab"), kDns});
+  Pieces streamed;
+  ExportTo(filters, streamed.Sink());
+  // Components, groups and keys in order; a key's instances in one array.
+  EXPECT_EQ(R"({"corv":{"lab":{"iface":null},"net":{"dns":{"domain":"a"},)"
+            R"("iface":[{"name":"eth0"},{"name":"eth1"}]},"sys":{"motd":{"text":"hi"}}}})",
+            streamed.Text());
+  EXPECT_EQ(streamed.Text(), Export(filters));
+}
 
-  JsonDocument kept;
-  kept.SetObject();
-  ExportInternal(kept, map, false);
-  EXPECT_TRUE(JsonEqual(R"({"corv":{"net":{"dns":{"domain":"a"},"iface":null},
-                          "gen":{"routes":[{"dest":"a","cs_generated_id":")" +
-                            routeId + R"("}]}}})",
-                        JsonToString(kept)));
+TEST_F(ExportTest, TheIndentedLayoutIsThePrettyPrintedDocument) {
+  store_->Set(MakeObject(kDns, R"({"domain":"a","servers":["1.1.1.1"]})"), EXTERNAL);
+  StoreInterfaces(2);
+  auto filters = Filters({kDns, kIface, Id("motd", "sys")});
+  Pieces indented;
+  ExportTo(filters, indented.Sink(), JsonLayout::kIndented);
+  EXPECT_EQ(Indented(Export(filters)), indented.Text());
+}
 
-  JsonDocument cleared;
-  cleared.SetObject();
-  ExportInternal(cleared, map, true);
-  EXPECT_TRUE(JsonEqual(
-      R"({"corv":{"net":{"dns":{"domain":"a"},"iface":null},"gen":{"routes":[{"dest":"a"}]}}})",
-      JsonToString(cleared)));
-  // The objects themselves keep their generated ids.
-  EXPECT_NE(std::string::npos, ImplOf(route).GetSerializedData().find(routeId));
+TEST_F(ExportTest, ALargeExportReachesTheSinkInPieces) {
+  StoreInterfaces(5000);
+  Pieces streamed;
+  ExportTo(Filters({kIface}), streamed.Sink());
+  EXPECT_GT(streamed.pieces.size(), 1u);
+  for (const std::string& piece : streamed.pieces) EXPECT_LE(piece.size(), 64u * 1024);
+  EXPECT_EQ(5000u, InstancesOf(streamed.Text(), "iface", "name").size());
+}
+
+TEST_F(ExportTest, AnInstanceSelectedTwiceIsExportedOnce) {
+  StoreInterfaces(2);
+  std::string document = Export({Filter(kEth1), Filter(kIface), Filter(kEth1)});
+  EXPECT_EQ(R"({"corv":{"net":{"iface":[{"name":"eth1"},{"name":"eth0"}]}}})", document);
+}
+
+TEST_F(ExportTest, AFailedCheckWritesNothing) {
+  store_->Set(MakeObject(kDns, R"({"domain":"a"})"), EXTERNAL);
+  Pieces streamed;
+  EXPECT_TRUE(Throws<ConfigStoreException>(
+      [&] { ExportTo(Filters({kDns, Id("nosuch", "net")}), streamed.Sink()); }, 1037,
+      "Schema not found for: comp corv grp net key nosuch"));
+  EXPECT_TRUE(streamed.pieces.empty());
+}
+
+TEST_F(ExportTest, AFailingSinkStopsTheExport) {
+  StoreInterfaces(5000);
+  int calls = 0;
+  EXPECT_THROW(ExportTo(Filters({kIface}),
+                        [&calls](const char*, size_t) {
+                          ++calls;
+                          throw std::runtime_error("disk full");
+                        }),
+               std::runtime_error);
+  EXPECT_EQ(1, calls);
+}
+
+// ---- Streamed instances
+
+TEST_F(ExportTest, StreamedInstancesAreWhatGetInstancesReturns) {
+  store_->SetInstances({MakeObject(kEth0, R"({"name":"eth0","mtu":1500})"),
+                        MakeObject(kEth1, R"({"name":"eth1","mtu":9000})")},
+                       EXTERNAL);
+  auto filter = Filter(kIface);
+  std::string expected = "[";
+  for (const auto& object : store_->GetInstances(filter))
+    expected += (expected.size() > 1 ? "," : "") + object->GetData();
+  expected += "]";
+  Pieces streamed;
+  ExportInstancesTo(filter, streamed.Sink());
+  EXPECT_EQ(expected, streamed.Text());
+
+  auto byValue = Filter(kIface);
+  byValue->SetValue("mtu", 9000);
+  Pieces selected;
+  ExportInstancesTo(byValue, selected.Sink(), JsonLayout::kIndented);
+  EXPECT_EQ(Indented(R"([{"name":"eth1","mtu":9000}])"), selected.Text());
+}
+
+TEST_F(ExportTest, StreamedInstancesCarryNoGeneratedIds) {
+  store_->SetInstances({CreateObject(kRoutes, R"({"dest":"a"})")}, EXTERNAL);
+  Pieces streamed;
+  ExportInstancesTo(Filter(kRoutes), streamed.Sink());
+  EXPECT_EQ(R"([{"dest":"a"}])", streamed.Text());
+}
+
+TEST_F(ExportTest, StreamedInstancesOfNothingOrOfASingleton) {
+  Pieces none;
+  ExportInstancesTo(nullptr, none.Sink());
+  EXPECT_EQ("[]", none.Text());
+  Pieces empty;
+  ExportInstancesTo(Filter(kIface), empty.Sink());
+  EXPECT_EQ("[]", empty.Text());
+  Pieces singleton;
+  EXPECT_THROW(ExportInstancesTo(Filter(kDns), singleton.Sink()), ConfigStoreException);
+  EXPECT_TRUE(singleton.pieces.empty());
 }
 
 }  // namespace

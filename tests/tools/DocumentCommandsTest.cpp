@@ -92,6 +92,14 @@ TEST_F(DocumentCommandsTest, ExportFollowsTheOutputStyle) {
             "[2000] Cannot write " + dir_.File("no-dir/x.json") + ": No such file or directory\n");
 }
 
+// The document is written as it is read, so a full disk shows while writing.
+TEST_F(DocumentCommandsTest, AFailedWriteOfTheExportIsReported) {
+  Outcome full = Corvcfg({"export", "-o", "/dev/full"});
+  EXPECT_EQ(full.status, 1);
+  EXPECT_EQ(full.err, "[2000] Cannot write /dev/full: No space left on device\n");
+  EXPECT_EQ(full.out, "");
+}
+
 TEST_F(DocumentCommandsTest, ImportFromStandardInputReplacesWhatItNames) {
   Outcome run = Corvcfg({"import"}, R"({"lab": {"net": {"nics": [{"name": "eth9"}], "dns": null}}})");
   EXPECT_EQ(run.status, 0) << run.err;

@@ -47,16 +47,20 @@ std::vector<SchemaInfo> ExportedKeys(const std::vector<std::string>& names) {
 void RunExport(const ExportOptions& options) {
   std::vector<std::shared_ptr<CorvConfigStore::FilterSpecObject>> filters =
       KeyFilters(ExportedKeys(options.names));
-  std::string document;
-  {
-    Progress progress("Exporting " + Configurations(filters.size()));
-    document = CorvConfigStore::Export(filters);
-  }
   if (options.outputOption->count() == 0) {
-    PrintJson(document);
+    PrintJsonStream([&filters](const CorvConfigStore::TextSink& sink,
+                               CorvConfigStore::JsonLayout layout) {
+      CorvConfigStore::ExportTo(filters, sink, layout);
+    });
     return;
   }
-  WriteTextFile(options.output, StyledJson(document, false) + "\n");
+  {
+    Progress progress("Exporting " + Configurations(filters.size()));
+    WriteTextFile(options.output, [&filters](const CorvConfigStore::TextSink& sink) {
+      CorvConfigStore::ExportTo(filters, sink, LayoutFor(false));
+      sink("\n", 1);
+    });
+  }
   std::cout << "Exported " << Configurations(filters.size()) << " to " << options.output
             << std::endl;
 }

@@ -59,21 +59,26 @@ std::string ReadTextFile(const std::string& path) {
   return text;
 }
 
-void WriteTextFile(const std::string& path, const std::string& text) {
+void WriteTextFile(const std::string& path,
+                   const std::function<void(const CorvConfigStore::TextSink&)>& write) {
   // Exports hold configuration, which may be private: readable by the owner
   // only, like the store itself.
   int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   if (fd < 0) ThrowFileError(2000, "Cannot write", path, errno);
-  size_t written = 0;
-  while (written < text.size()) {
-    ssize_t count = write(fd, text.data() + written, text.size() - written);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) {
-      int error = errno;
-      close(fd);
-      ThrowFileError(2000, "Cannot write", path, error);
+  auto sink = [fd, &path](const char* text, size_t length) {
+    size_t written = 0;
+    while (written < length) {
+      ssize_t count = ::write(fd, text + written, length - written);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) ThrowFileError(2000, "Cannot write", path, errno);
+      written += static_cast<size_t>(count);
     }
-    written += static_cast<size_t>(count);
+  };
+  try {
+    write(sink);
+  } catch (...) {
+    close(fd);
+    throw;
   }
   if (close(fd) != 0) ThrowFileError(2000, "Cannot write", path, errno);
 }

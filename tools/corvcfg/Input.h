@@ -3,7 +3,9 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <corvconfigstore/ImportExport.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -27,6 +29,9 @@ std::string ReadValue(const ValueSource& source);
 // ConfigStoreException 1081 "Cannot read <path>: <reason>".
 std::string ReadTextFile(const std::string& path);
 
-// Writes text to a file (replacing it). Throws ConfigStoreException 2000
-// "Cannot write <path>: <reason>".
-void WriteTextFile(const std::string& path, const std::string& text);
+// Writes a file (replacing it, readable by its owner only) with the text
+// write hands the sink it is given, piece by piece. Throws
+// ConfigStoreException 2000 "Cannot write <path>: <reason>" when the file
+// cannot be opened, written or closed.
+void WriteTextFile(const std::string& path,
+                   const std::function<void(const CorvConfigStore::TextSink&)>& write);

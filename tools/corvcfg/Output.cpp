@@ -32,11 +32,23 @@ void SetOutputStyle(OutputStyle style) { gStyle = style; }
 
 bool IsTerminal(int fd) { return isatty(fd) == 1; }
 
-std::string StyledJson(const std::string& json, bool terminal) {
+CorvConfigStore::JsonLayout LayoutFor(bool terminal) {
   bool pretty = gStyle == OutputStyle::kPretty || (gStyle == OutputStyle::kAuto && terminal);
-  return pretty ? Indented(json) : json;
+  return pretty ? CorvConfigStore::JsonLayout::kIndented : CorvConfigStore::JsonLayout::kCompact;
+}
+
+std::string StyledJson(const std::string& json, bool terminal) {
+  return LayoutFor(terminal) == CorvConfigStore::JsonLayout::kIndented ? Indented(json) : json;
 }
 
 void PrintJson(const std::string& json) {
   std::cout << StyledJson(json, IsTerminal(STDOUT_FILENO)) << std::endl;
+}
+
+void PrintJsonStream(
+    const std::function<void(const CorvConfigStore::TextSink&, CorvConfigStore::JsonLayout)>&
+        write) {
+  write([](const char* text, size_t length) { std::cout.write(text, static_cast<std::streamsize>(length)); },
+        LayoutFor(IsTerminal(STDOUT_FILENO)));
+  std::cout << std::endl;
 }

@@ -127,8 +127,14 @@ void RunGet(const GetOptions& options) {
     if (options.GetDefaults() != Defaults::kAsStored)
       throw CLI::ValidationError("--with-defaults and --without-defaults need a key name");
     std::vector<SchemaInfo> schemas = SchemasUnder(name);
-    PrintJson(options.GetView() == View::kCurrent ? CorvConfigStore::Export(KeyFilters(schemas))
-                                                  : ReadDocument(schemas, options));
+    if (options.GetView() != View::kCurrent) {
+      PrintJson(ReadDocument(schemas, options));
+      return;
+    }
+    PrintJsonStream([&schemas](const CorvConfigStore::TextSink& sink,
+                               CorvConfigStore::JsonLayout layout) {
+      CorvConfigStore::ExportTo(KeyFilters(schemas), sink, layout);
+    });
     return;
   }
   std::optional<SchemaInfo> schema = FindSchema(name);
@@ -138,6 +144,16 @@ void RunGet(const GetOptions& options) {
     throw CLI::ValidationError(
         "--with-defaults and --without-defaults apply to the current instances of a key with "
         "instances, without --id");
+  if (allInstances && options.GetView() == View::kCurrent &&
+      options.GetDefaults() == Defaults::kAsStored) {
+    // Every stored instance: streamed, however many there are.
+    PrintJsonStream([&name](const CorvConfigStore::TextSink& sink,
+                            CorvConfigStore::JsonLayout layout) {
+      CorvConfigStore::ExportInstancesTo(std::make_shared<FilterSpecObject>(IdOf(name)), sink,
+                                         layout);
+    });
+    return;
+  }
   PrintJson(ReadKey(ConfigStore::GetStore(""), name, instanceId, allInstances, options));
 }
 
