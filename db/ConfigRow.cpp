@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
+#include <unordered_map>
 
 #include "core/Json.h"
 #include "core/Throw.h"
@@ -91,11 +93,18 @@ class RowFiller {
 
  private:
   void Resolve(int count, char** names) {
+    // Every read resolves its columns once: a hash lookup each, not a scan.
+    static const std::unordered_map<std::string_view, const ColumnName*> kByName = [] {
+      std::unordered_map<std::string_view, const ColumnName*> byName;
+      for (const ColumnName& column : kColumns) byName.emplace(column.name, &column);
+      return byName;
+    }();
     static constexpr ColumnName kUnknown = {"", Field::kIgnored, Layer::kNone};
     columns_.assign(static_cast<size_t>(count), &kUnknown);
-    for (int i = 0; i < count; ++i)
-      for (const ColumnName& column : kColumns)
-        if (std::strcmp(names[i], column.name) == 0) columns_[static_cast<size_t>(i)] = &column;
+    for (int i = 0; i < count; ++i) {
+      auto found = kByName.find(names[i]);
+      if (found != kByName.end()) columns_[static_cast<size_t>(i)] = found->second;
+    }
   }
 
   std::vector<const ColumnName*> columns_;
