@@ -7,7 +7,8 @@ Reads every Google Benchmark JSON file in RESULTS_DIR (the median of the
 repetitions of each case) and cli.json when present (scripts/bench_cli.py).
 Library cases are named Lib/<operation> and their raw twins Raw/<operation>;
 each pair is one row, with library/raw, the ratio that counts. Cases with an
-"instances" counter also show the time per instance. Memory cases (with a
+"instances" counter also show the time per instance; "spread" is the larger
+coefficient of variation of the two sides' repetitions. Memory cases (with a
 "heap_bytes" counter) get a table of their own, and so do cases that are not
 part of a pair. A case that failed its check shows ERROR in the time table.
 """
@@ -21,8 +22,10 @@ TO_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 def load_cases(results_dir):
     """Returns (cases by run name, contexts): each case the median entry of
-    its repetitions, or its only run, or its error."""
+    its repetitions, with "cv" the coefficient of variation of its real time,
+    or its only run, or its error."""
     cases = {}
+    spreads = {}
     contexts = []
     # In the order the executables ran.
     for path in sorted(glob.glob(os.path.join(results_dir, "*.json")), key=os.path.getmtime):
@@ -41,8 +44,13 @@ def load_cases(results_dir):
             elif entry.get("run_type") == "aggregate":
                 if entry.get("aggregate_name") == "median":
                     cases[name] = entry
+                elif entry.get("aggregate_name") == "cv":
+                    spreads[name] = entry["real_time"]
             elif name not in cases:
                 cases[name] = entry
+    for name, cv in spreads.items():
+        if "error" not in cases.get(name, {"error": ""}):
+            cases[name]["cv"] = cv
     return cases, contexts
 
 
@@ -71,6 +79,12 @@ def show_bytes(count):
         if count >= scale:
             return f"{count / scale:.3g} {unit}"
     return f"{count:.0f} B"
+
+
+def spread(*cases):
+    """The larger coefficient of variation of the cases' repetitions."""
+    cvs = [case["cv"] for case in cases if "cv" in case]
+    return f"{max(cvs) * 100:.0f}%" if cvs else ""
 
 
 def ratio(a, b):
@@ -110,12 +124,13 @@ def time_rows(pairs):
             continue
         errors = [c["error"] for c in (raw, lib) if "error" in c]
         if errors:
-            rows.append([op, "ERROR", "ERROR", "; ".join(errors), "", ""])
+            rows.append([op, "ERROR", "ERROR", "; ".join(errors), "", "", ""])
             continue
         raw_ns, lib_ns = nanoseconds(raw), nanoseconds(lib)
         count = lib.get("instances")
         per = [show_time(raw_ns / count), show_time(lib_ns / count)] if count else ["", ""]
-        rows.append([op, show_time(raw_ns), show_time(lib_ns), ratio(lib_ns, raw_ns)] + per)
+        rows.append([op, show_time(raw_ns), show_time(lib_ns), ratio(lib_ns, raw_ns)] + per +
+                    [spread(raw, lib)])
     return rows
 
 
@@ -168,7 +183,7 @@ def main():
               f"{', '.join(f'{load:.2f}' for load in loads)}")
     print_table("Time per call (median), library beside its raw twin",
                 ["operation", "raw", "library", "library/raw", "raw/instance",
-                 "library/instance"], time_rows(pairs))
+                 "library/instance", "spread"], time_rows(pairs))
     print_table("Memory held by the result, per instance",
                 ["operation", "JSON text", "raw heap", "library heap", "library/raw",
                  "library heap/text", "raw RSS", "library RSS", "library/raw RSS"],
