@@ -43,17 +43,6 @@ BenchStore& WriteStore() {
   return *store;
 }
 
-// The value each write stores: the user member varies so that successive
-// writes differ.
-int NextTimeout(int timeoutSeconds) { return timeoutSeconds % 60 + 1; }
-
-// The singleton must read back whole (its vital and cached layers kept) with
-// the user member last written.
-void ExpectHost(benchmark::State& state, int timeoutSeconds) {
-  ExpectSameJson(state, WriteStore().Lib().Get(HostId())->GetData(), HostJson(timeoutSeconds),
-                 "the store does not hold the value last written");
-}
-
 void LibSetUserData(benchmark::State& state) {
   BenchStore& store = WriteStore();
   int timeoutSeconds = 0;
@@ -62,7 +51,7 @@ void LibSetUserData(benchmark::State& state) {
     store.Lib().SetUserData(CorvConfigStore::CreateObject(HostId(), HostUserJson(timeoutSeconds)),
                             EXTERNAL);
   }
-  ExpectHost(state, timeoutSeconds);
+  ExpectHostStored(state, store, timeoutSeconds);
 }
 
 void RawSetUserData(benchmark::State& state) {
@@ -82,7 +71,7 @@ void RawSetUserData(benchmark::State& state) {
     write.BindText(7, user);
     write.Run();
   }
-  ExpectHost(state, timeoutSeconds);
+  ExpectHostStored(state, store, timeoutSeconds);
 }
 
 void LibSet(benchmark::State& state) { RunLibSet(state, WriteStore()); }
@@ -96,7 +85,7 @@ void LibUpdate(benchmark::State& state) {
     store.Lib().Update(CorvConfigStore::CreateObject(HostId(), HostUpdateJson(timeoutSeconds)),
                        EXTERNAL);
   }
-  ExpectHost(state, timeoutSeconds);
+  ExpectHostStored(state, store, timeoutSeconds);
 }
 
 // The library reads the row, merges the update into the caller's view
@@ -131,7 +120,7 @@ void RawUpdate(benchmark::State& state) {
     write.Run();
     transaction.Commit();
   }
-  ExpectHost(state, timeoutSeconds);
+  ExpectHostStored(state, store, timeoutSeconds);
 }
 
 // The texts of the instances every SetInstances writes, made once.

@@ -80,6 +80,8 @@ std::string SchemaFileText() {
 
 std::string HostJson(int timeoutSeconds) { return HostText(timeoutSeconds, true); }
 
+int NextTimeout(int timeoutSeconds) { return timeoutSeconds % 60 + 1; }
+
 std::string HostUserJson(int timeoutSeconds) { return HostText(timeoutSeconds, false); }
 
 std::string HostUpdateJson(int timeoutSeconds) {

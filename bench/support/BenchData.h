@@ -33,6 +33,9 @@ std::string SchemaFileText();
 // member "timeoutSeconds" takes the given value so that successive writes
 // differ.
 std::string HostJson(int timeoutSeconds);
+// The value of "timeoutSeconds" a write stores after the given one, within
+// the schema's range 1 to 60.
+int NextTimeout(int timeoutSeconds);
 // Only the user-layer members of the singleton.
 std::string HostUserJson(int timeoutSeconds);
 // A partial value for Update: one user member.

@@ -21,12 +21,6 @@ std::string RawGetText(BenchStore& store) {
   return Serialize(ReadObject(read, HostId(), parser));
 }
 
-// The stored singleton must read back as the last value written.
-void ExpectStored(benchmark::State& state, BenchStore& store, int timeoutSeconds) {
-  ExpectSameJson(state, store.Lib().Get(HostId())->GetData(), HostJson(timeoutSeconds),
-                 "the store does not hold the value last written");
-}
-
 }  // namespace
 
 void RunLibGet(benchmark::State& state, BenchStore& store) {
@@ -54,11 +48,11 @@ void RunRawGet(benchmark::State& state, BenchStore& store) {
 void RunLibSet(benchmark::State& state, BenchStore& store) {
   int timeoutSeconds = 0;
   for (auto _ : state) {
-    timeoutSeconds = timeoutSeconds % 60 + 1;
+    timeoutSeconds = NextTimeout(timeoutSeconds);
     store.Lib().Set(CorvConfigStore::CreateObject(HostId(), HostJson(timeoutSeconds)),
                     CorvConfigStore::EXTERNAL);
   }
-  ExpectStored(state, store, timeoutSeconds);
+  ExpectHostStored(state, store, timeoutSeconds);
 }
 
 void RunRawSet(benchmark::State& state, BenchStore& store) {
@@ -66,13 +60,18 @@ void RunRawSet(benchmark::State& state, BenchStore& store) {
   RowWriter writer(store.Raw(), LayoutOf(SchemaOf(kHostKey)));
   int timeoutSeconds = 0;
   for (auto _ : state) {
-    timeoutSeconds = timeoutSeconds % 60 + 1;
+    timeoutSeconds = NextTimeout(timeoutSeconds);
     JsonAllocator allocator;
     JsonParser parser(allocator);
     rapidjson::Value value = parser.Parse(HostJson(timeoutSeconds));
     writer.Write(id, value, allocator);
   }
-  ExpectStored(state, store, timeoutSeconds);
+  ExpectHostStored(state, store, timeoutSeconds);
+}
+
+void ExpectHostStored(benchmark::State& state, BenchStore& store, int timeoutSeconds) {
+  ExpectSameJson(state, store.Lib().Get(HostId())->GetData(), HostJson(timeoutSeconds),
+                 "the store does not hold the value last written");
 }
 
 }  // namespace CorvBench

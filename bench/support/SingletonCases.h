@@ -19,4 +19,8 @@ void RunRawGet(benchmark::State& state, BenchStore& store);
 void RunLibSet(benchmark::State& state, BenchStore& store);
 void RunRawSet(benchmark::State& state, BenchStore& store);
 
+// Marks the case as an error unless the stored singleton reads back, whole,
+// as HostJson(timeoutSeconds): the check after every write of it.
+void ExpectHostStored(benchmark::State& state, BenchStore& store, int timeoutSeconds);
+
 }  // namespace CorvBench
