@@ -83,9 +83,9 @@ void ForEachConfigInstance(const std::shared_ptr<FilterSpecObject>& filter,
 std::vector<std::string> GetInstanceIdsInternal(const ConfigStoreObjectId& id,
                                                 const Connection& conn) {
   std::vector<std::string> ids;
-  for (const ConfigRow& row : ReadRows(conn, DBStore::SqlStatement(Sql::kReadInstanceIds),
-                                       KeyParams(id), "GetInstanceIds failed"))
-    ids.push_back(row.identifier);
+  ForEachRow(conn, DBStore::SqlStatement(Sql::kReadInstanceIds), KeyParams(id),
+             "GetInstanceIds failed",
+             [&ids](const ConfigRow& row) { ids.push_back(row.identifier); });
   return ids;
 }
 
