@@ -51,17 +51,20 @@ NotifyAllowlist ReadNotifyAllowlist() {
 }
 
 const NotifyAllowlist& GetNotifyAllowlist() {
+  if (const NotifyAllowlist* loaded = LoadedNotifyAllowlist()) return *loaded;
   AllowlistCache& cache = TheCache();
-  const NotifyAllowlist* allowlist = cache.published.load(std::memory_order_acquire);
-  if (allowlist != nullptr) return *allowlist;
   std::lock_guard<std::mutex> lock(cache.mutex);
-  allowlist = cache.published.load(std::memory_order_relaxed);
+  const NotifyAllowlist* allowlist = cache.published.load(std::memory_order_relaxed);
   if (allowlist == nullptr) {
     cache.owned = std::make_unique<const NotifyAllowlist>(ReadNotifyAllowlist());
     allowlist = cache.owned.get();
     cache.published.store(allowlist, std::memory_order_release);
   }
   return *allowlist;
+}
+
+const NotifyAllowlist* LoadedNotifyAllowlist() {
+  return TheCache().published.load(std::memory_order_acquire);
 }
 
 void ResetNotifyAllowlistForTesting() {

@@ -29,6 +29,10 @@ NotifyAllowlist ReadNotifyAllowlist();
 // again. Safe to call from several threads.
 const NotifyAllowlist& GetNotifyAllowlist();
 
+// The process-wide allowlist when it has been read, else null; never reads
+// the file.
+const NotifyAllowlist* LoadedNotifyAllowlist();
+
 // Forgets the process-wide allowlist so that the next GetNotifyAllowlist
 // reads the file again. For tests only: a reference returned earlier
 // dangles afterwards, and nothing may call GetNotifyAllowlist meanwhile.

@@ -43,6 +43,11 @@ std::string BuildNotificationRequest(const std::string& body) {
 }
 
 void NotifyIfAllowlisted(const ConfigStoreObjectId& id) {
+  // Once the allowlist is known, a key it does not list would be dropped
+  // after the switch is read whatever the switch says, so the read (a
+  // query on another connection, on every write) is skipped.
+  const NotifyAllowlist* loaded = LoadedNotifyAllowlist();
+  if (loaded != nullptr && !IsAllowlisted(*loaded, id)) return;
   if (!IsNexdNotificationEnabled()) return;
   NotifyAllowlistedChange(id);
 }

@@ -3,13 +3,16 @@
 #include <corvconfigstore/KeyValue.h>
 #include <corvconfigstore/Provisioning.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <string>
 
 #include "SocketSupport.h"
+#include "notify/Allowlist.h"
 #include "notify/Notify.h"
+#include "sqlite/DBStore.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 
@@ -56,6 +59,47 @@ TEST_F(NotifyIfAllowlistedTest, EnabledAndListedSendsTheRequest) {
   std::string received;
   ASSERT_TRUE(daemon.ReceiveOne(&received));
   EXPECT_EQ(received, ExpectedRequest("corv.kestrel.options"));
+  EXPECT_FALSE(daemon.HasPendingConnection());
+}
+
+// Counts the statements run on the thread's default connection, where the
+// switch is read.
+class DefaultConnectionStatements {
+ public:
+  DefaultConnectionStatements() : db_(DBStore::GetDefaultConnection()->Handle()) {
+    sqlite3_trace_v2(db_, SQLITE_TRACE_STMT, &DefaultConnectionStatements::OnStatement, this);
+  }
+  ~DefaultConnectionStatements() { sqlite3_trace_v2(db_, 0, nullptr, nullptr); }
+  int Count() const { return count_; }
+
+ private:
+  static int OnStatement(unsigned, void* self, void*, void*) {
+    ++static_cast<DefaultConnectionStatements*>(self)->count_;
+    return 0;
+  }
+  sqlite3* db_;
+  int count_ = 0;
+};
+
+TEST_F(NotifyIfAllowlistedTest, OnceTheAllowlistIsKnownAnUnlistedKeyReadsNoSwitch) {
+  WriteAllowlist("[\"corv.kestrel.options\"]");
+  UnixListener daemon("velLocalSocketNexdNotifyOmni");
+  // Before the allowlist is read, the switch is read first.
+  DefaultConnectionStatements statements;
+  NotifyIfAllowlisted(ConfigStoreObjectId("options", "network", "corv"));
+  EXPECT_EQ(1, statements.Count());
+  ASSERT_NE(nullptr, LoadedNotifyAllowlist());
+  NotifyIfAllowlisted(ConfigStoreObjectId("options", "network", "corv"));
+  EXPECT_EQ(1, statements.Count());
+  EXPECT_FALSE(daemon.HasPendingConnection());
+  // A listed key still asks the switch.
+  NotifyIfAllowlisted(kOptions);
+  EXPECT_EQ(2, statements.Count());
+  std::string received;
+  ASSERT_TRUE(daemon.ReceiveOne(&received));
+  EXPECT_EQ(received, ExpectedRequest("corv.kestrel.options"));
+  SetKeyValue("NOTIFY_NEXD", "false");
+  NotifyIfAllowlisted(kOptions);
   EXPECT_FALSE(daemon.HasPendingConnection());
 }
 
