@@ -1,6 +1,9 @@
 // The division of an object's value into its user, vital and cached layers
 // by the per-field "vital" and "cached" tags of its schema.
+#include <array>
 #include <cstring>
+#include <optional>
+#include <string>
 
 #include "core/Throw.h"
 #include "db/Statements.h"
@@ -13,6 +16,9 @@ namespace CorvConfigStore {
 namespace {
 
 enum class Prune { kKeep, kDrop };
+
+// The first block of the pool the layers are copied into.
+constexpr size_t kScratchBlockBytes = 4096;
 
 // The schema of member name under node's "properties".
 const JsonValue& MemberSchema(const JsonValue& node, const JsonValue& name) {
@@ -31,32 +37,67 @@ bool FlagSet(const JsonValue& node, const char* flag) {
   return found != node.MemberEnd() && found->value.GetBool();
 }
 
-bool IsUserTag(const char* tag) { return std::strcmp(tag, "user") == 0; }
+// The layers a value is divided into, and the schema tag of each.
+enum Tag { kUser, kVital, kCached, kTagCount };
+constexpr const char* kTagNames[kTagCount] = {"user", "vital", "cached"};
+constexpr unsigned kAllTags = (1u << kTagCount) - 1;
 
-// Keeps of value what belongs to the tag's layer, erasing members and
-// elements that do not, and answers whether anything of it belongs there.
-Prune PruneValue(JsonValue& value, const JsonValue& node, const char* tag) {
-  const bool user = IsUserTag(tag);
-  if (node.HasMember("instanceId") && FlagSet(node, "instanceId")) return Prune::kKeep;
-  if (!user && node.HasMember(tag)) return Prune::kKeep;
-  if (user && (node.HasMember("vital") || node.HasMember("cached"))) return Prune::kDrop;
+using LayerValues = std::array<JsonValue, kTagCount>;
+using Outcomes = std::array<Prune, kTagCount>;
+
+// Whether an object left with the members in kept belongs to the tag's
+// layer: a lone member stays unless it is only the instance id.
+Prune ObjectOutcome(const JsonValue& kept, const JsonValue& node, Tag tag) {
+  if (kept.ObjectEmpty()) return Prune::kDrop;
+  if (tag == kUser || kept.MemberCount() > 1) return Prune::kKeep;
+  const auto& only = *kept.MemberBegin();
+  if (only.value.IsObject() || only.value.IsArray()) return Prune::kKeep;
+  const JsonValue& onlySchema = MemberSchema(node, only.name);
+  if (FlagSet(onlySchema, kTagNames[tag])) return Prune::kKeep;
+  if (FlagSet(onlySchema, "instanceId")) return Prune::kDrop;
+  return Prune::kKeep;
+}
+
+// For each layer in tags (a set of Tag bits), copies into out[layer] what
+// of value belongs to it, leaving out the members and elements that do
+// not, and sets result[layer] to whether anything of value belongs there.
+// The layers are selected in one walk that looks at each schema node once,
+// and only what is kept is copied.
+void SelectLayers(const JsonValue& value, const JsonValue& node, unsigned tags, LayerValues& out,
+                  Outcomes& result, JsonAllocator& allocator) {
+  const bool identifier = node.HasMember("instanceId") && FlagSet(node, "instanceId");
+  const bool tagged[kTagCount] = {false, node.HasMember("vital"), node.HasMember("cached")};
+  unsigned walk = 0;
+  auto keepAll = [&](int tag) {
+    out[tag].CopyFrom(value, allocator);
+    result[tag] = Prune::kKeep;
+  };
+  for (int tag = 0; tag < kTagCount; ++tag) {
+    if ((tags & (1u << tag)) == 0) continue;
+    if (identifier || tagged[tag])
+      keepAll(tag);
+    else if (tag == kUser && (tagged[kVital] || tagged[kCached]))
+      result[tag] = Prune::kDrop;
+    else
+      walk |= 1u << tag;
+  }
+  if (walk == 0) return;
+  auto walked = [walk](int tag) { return (walk & (1u << tag)) != 0; };
 
   if (value.IsObject() && !value.ObjectEmpty()) {
-    for (auto member = value.MemberBegin(); member != value.MemberEnd();) {
-      if (PruneValue(member->value, MemberSchema(node, member->name), tag) == Prune::kDrop)
-        member = value.EraseMember(member);
-      else
-        ++member;
+    for (int tag = 0; tag < kTagCount; ++tag)
+      if (walked(tag)) out[tag].SetObject();
+    for (const auto& member : value.GetObject()) {
+      LayerValues kept;
+      Outcomes outcome;
+      SelectLayers(member.value, MemberSchema(node, member.name), walk, kept, outcome, allocator);
+      for (int tag = 0; tag < kTagCount; ++tag)
+        if (walked(tag) && outcome[tag] == Prune::kKeep)
+          out[tag].AddMember(JsonValue(member.name, allocator), kept[tag], allocator);
     }
-    if (value.ObjectEmpty()) return Prune::kDrop;
-    if (user || value.MemberCount() > 1) return Prune::kKeep;
-    // A lone member stays unless it is only the instance id.
-    const auto& only = *value.MemberBegin();
-    if (only.value.IsObject() || only.value.IsArray()) return Prune::kKeep;
-    const JsonValue& onlySchema = MemberSchema(node, only.name);
-    if (FlagSet(onlySchema, tag)) return Prune::kKeep;
-    if (FlagSet(onlySchema, "instanceId")) return Prune::kDrop;
-    return Prune::kKeep;
+    for (int tag = 0; tag < kTagCount; ++tag)
+      if (walked(tag)) result[tag] = ObjectOutcome(out[tag], node, static_cast<Tag>(tag));
+    return;
   }
 
   if (value.IsArray() && !value.Empty()) {
@@ -68,30 +109,31 @@ Prune PruneValue(JsonValue& value, const JsonValue& node, const char* tag) {
     bool objectItems = items != node.MemberEnd() && items->value.IsObject() &&
                        items->value.HasMember("type") && items->value["type"].IsString() &&
                        std::strcmp(items->value["type"].GetString(), "object") == 0;
-    // A list of plain values is one untagged value of the user layer.
-    if (!objectItems) return user ? Prune::kKeep : Prune::kDrop;
-    for (auto element = value.Begin(); element != value.End();) {
-      if (PruneValue(*element, items->value, tag) == Prune::kDrop)
-        element = value.Erase(element);
-      else
-        ++element;
+    if (objectItems) {
+      for (int tag = 0; tag < kTagCount; ++tag)
+        if (walked(tag)) out[tag].SetArray();
+      for (const JsonValue& element : value.GetArray()) {
+        LayerValues kept;
+        Outcomes outcome;
+        SelectLayers(element, items->value, walk, kept, outcome, allocator);
+        for (int tag = 0; tag < kTagCount; ++tag)
+          if (walked(tag) && outcome[tag] == Prune::kKeep) out[tag].PushBack(kept[tag], allocator);
+      }
+      for (int tag = 0; tag < kTagCount; ++tag)
+        if (walked(tag)) result[tag] = out[tag].Empty() ? Prune::kDrop : Prune::kKeep;
+      return;
     }
-    return value.Empty() ? Prune::kDrop : Prune::kKeep;
+    // A list of plain values is one untagged value of the user layer: it
+    // falls through to the rule for plain values.
   }
 
-  return user ? Prune::kKeep : Prune::kDrop;
-}
-
-// The object's layer for tag, or empty when it has none.
-ObjectPtr SplitLayer(const ObjectPtr& object, const SchemaPtr& schema, const char* tag) {
-  std::shared_ptr<JsonDoc> data = CreateDocument();
-  JsonDocument& document = *data->GetDocument();
-  document.CopyFrom(*ImplOf(object).GetJsonValuePtr(), document.GetAllocator());
-  if (PruneValue(document, schema->GetValueSchema(), tag) == Prune::kDrop) return nullptr;
-  if (IsUserTag(tag) && document.ObjectEmpty()) return nullptr;
-  const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
-  return std::make_shared<ConfigStoreObject>(std::make_shared<ConfigStoreObjectImpl>(
-      id, id, std::nullopt, data, schema, "", "", "", kDefaultRevision, true, nullptr, nullptr));
+  for (int tag = 0; tag < kTagCount; ++tag) {
+    if (!walked(tag)) continue;
+    if (tag == kUser)
+      keepAll(tag);
+    else
+      result[tag] = Prune::kDrop;
+  }
 }
 
 }  // namespace
@@ -100,19 +142,36 @@ LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema) {
   if (!schema)
     ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND,
                                          object->GetConfigStoreObjectId().toString().c_str());
+  const JsonValue& value = *ImplOf(object).GetJsonValuePtr();
+  const JsonValue& node = schema->GetValueSchema();
+  JsonAllocator scratch(kScratchBlockBytes);
+  LayerValues layers;
+  Outcomes outcome;
+  try {
+    SelectLayers(value, node, kAllTags, layers, outcome, scratch);
+  } catch (const ConfigStoreException&) {
+    // A value with several faults: the layers walked one after the other,
+    // user first, meet them in the order that decides which is reported.
+    for (int tag = 0; tag < kTagCount; ++tag)
+      SelectLayers(value, node, 1u << tag, layers, outcome, scratch);
+  }
+  auto text = [&](Tag tag) -> std::optional<std::string> {
+    if (outcome[tag] == Prune::kDrop) return std::nullopt;
+    if (tag == kUser && layers[tag].ObjectEmpty()) return std::nullopt;
+    return JsonToString(layers[tag]);
+  };
   LayerParts parts;
-  parts.user = SplitLayer(object, schema, "user");
-  parts.vital = SplitLayer(object, schema, "vital");
-  parts.cached = SplitLayer(object, schema, "cached");
+  parts.user = text(kUser);
+  parts.vital = text(kVital);
+  parts.cached = text(kCached);
   return parts;
 }
 
 DBStore::SqlParams LayerPartParams(const ObjectPtr& object, const SchemaPtr& schema) {
   LayerParts parts = SplitLayers(object, schema);
   DBStore::SqlParams params;
-  for (const ObjectPtr& part : {parts.user, parts.vital, parts.cached})
-    params.push_back(part ? DBStore::SqlParam::Text(ImplOf(part).GetSerializedData())
-                          : DBStore::SqlParam::Null());
+  for (const std::optional<std::string>* part : {&parts.user, &parts.vital, &parts.cached})
+    params.push_back(*part ? DBStore::SqlParam::Text(**part) : DBStore::SqlParam::Null());
   return params;
 }
 

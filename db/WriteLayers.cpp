@@ -40,13 +40,10 @@ RowLayers SplitRow(const ObjectPtr& object, USERDATA_CONTEXT context, const Oper
   SchemaPtr schema = op.Schema(id);
   if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
   LayerParts parts = SplitLayers(object, schema);
-  auto text = [](const ObjectPtr& part) {
-    return part ? ImplOf(part).GetSerializedData() : std::string();
-  };
   RowLayers row;
-  (context == INTERNAL ? row.autoConf : row.user) = text(parts.user);
-  row.vital = text(parts.vital);
-  row.cached = text(parts.cached);
+  (context == INTERNAL ? row.autoConf : row.user) = parts.user.value_or("");
+  row.vital = parts.vital.value_or("");
+  row.cached = parts.cached.value_or("");
   row.version = object->GetVersion();
   return row;
 }

@@ -5,6 +5,7 @@
 
 #include <corvconfigstore/Types.h>
 
+#include <optional>
 #include <string>
 #include <unordered_map>
 
@@ -44,12 +45,13 @@ void WriteAutoConfConfigInstances(const ObjectList& objects, const Connection& c
 void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationContext& op,
                                   const Connection& conn);
 
-// The layers of an object divided by the schema's "vital" and "cached"
-// tags; each is empty when the object has nothing of that layer.
+// The JSON texts of the layers of an object divided by the schema's
+// "vital" and "cached" tags; each is empty when the object has nothing of
+// that layer.
 struct LayerParts {
-  ObjectPtr user;
-  ObjectPtr vital;
-  ObjectPtr cached;
+  std::optional<std::string> user;
+  std::optional<std::string> vital;
+  std::optional<std::string> cached;
 };
 LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema);
 // The split object's user, vital and cached parts as statement parameters,
