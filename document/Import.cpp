@@ -53,7 +53,7 @@ void TakeOutNullKeys(JsonValue& root, CsoIdObjectMap& out) {
 // A configuration object of id holding a copy of value.
 std::shared_ptr<ConfigStoreObject> MakeObject(const ConfigStoreObjectId& id, const JsonValue& value,
                                               const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema) {
-  auto copy = std::make_shared<JsonDocument>();
+  auto copy = NewJsonDocument();
   copy->CopyFrom(value, copy->GetAllocator());
   return CreateObject(id, std::make_shared<JsonDoc>(copy), schema, std::nullopt);
 }
