@@ -106,8 +106,10 @@ int Bind(Impl& impl, sqlite3_stmt* stmt, const SqlParams& params, const std::str
     int rc = SQLITE_OK;
     switch (param.kind()) {
       case SqlParam::Kind::kText:
+        // The parameters outlive the execution (the statement is reset and
+        // unbound before ExecuteStmt returns), so SQLite need not copy them.
         rc = sqlite3_bind_text64(stmt, index, param.text().data(), param.text().size(),
-                                 SQLITE_TRANSIENT, SQLITE_UTF8);
+                                 SQLITE_STATIC, SQLITE_UTF8);
         break;
       case SqlParam::Kind::kInt:
         rc = sqlite3_bind_int64(stmt, index, param.integer());
