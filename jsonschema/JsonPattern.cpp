@@ -17,6 +17,13 @@
 
 namespace JsonPattern {
 
+// The compiled code, or (code null) the compiler's reason.
+struct Compiled {
+  pcre2_code* code = nullptr;
+  std::string error;
+  ~Compiled() { pcre2_code_free(code); }
+};
+
 namespace {
 
 constexpr uint32_t kCompileOptions =
@@ -25,17 +32,10 @@ constexpr uint32_t kMatchLimit = 1000000;  // backtracking steps per search
 constexpr uint32_t kDepthLimit = 10000;    // nested backtracking points
 constexpr uint32_t kHeapLimitKiB = 20000;  // backtracking memory per search
 // Schemas name few distinct patterns; the cache stops growing at this size
-// and later patterns are compiled per search.
+// and later patterns are compiled anew by each Compile.
 constexpr size_t kMaxCachedPatterns = 4096;
 
-// A compiled pattern, or the reason it does not compile.
-struct Compiled {
-  pcre2_code* code = nullptr;
-  std::string error;
-  ~Compiled() { pcre2_code_free(code); }
-};
-
-std::shared_ptr<const Compiled> CompilePattern(const std::string& pattern) {
+CompiledPattern CompilePattern(const std::string& pattern) {
   auto compiled = std::make_shared<Compiled>();
   int errorCode = 0;
   PCRE2_SIZE errorOffset = 0;
@@ -50,9 +50,9 @@ std::shared_ptr<const Compiled> CompilePattern(const std::string& pattern) {
   return compiled;
 }
 
-std::shared_ptr<const Compiled> GetCompiled(const std::string& pattern) {
+CompiledPattern GetCompiled(const std::string& pattern) {
   static std::mutex mutex;
-  static std::unordered_map<std::string, std::shared_ptr<const Compiled>> cache;
+  static std::unordered_map<std::string, CompiledPattern> cache;
   {
     std::lock_guard<std::mutex> lock(mutex);
     auto found = cache.find(pattern);
@@ -86,9 +86,12 @@ struct MatchDataDeleter {
 
 }  // namespace
 
-Outcome Search(const char* pattern, size_t patternLength, const char* subject, size_t subjectLength,
+CompiledPattern Compile(const char* pattern, size_t patternLength) {
+  return GetCompiled(std::string(pattern, patternLength));
+}
+
+Outcome Search(const CompiledPattern& compiled, const char* subject, size_t subjectLength,
                std::string* reason) {
-  auto compiled = GetCompiled(std::string(pattern, patternLength));
   if (compiled->code == nullptr) {
     *reason = compiled->error;
     return Outcome::kInvalid;
@@ -121,6 +124,11 @@ Outcome Search(const char* pattern, size_t patternLength, const char* subject, s
     }
   }
   return Outcome::kFailed;
+}
+
+Outcome Search(const char* pattern, size_t patternLength, const char* subject, size_t subjectLength,
+               std::string* reason) {
+  return Search(Compile(pattern, patternLength), subject, subjectLength, reason);
 }
 
 }  // namespace JsonPattern

@@ -53,8 +53,7 @@ bool ValidateObjectValue(const SchemaPtr& schema, const std::shared_ptr<ConfigSt
                          bool quiet) {
   const JsonValue& value = ValueOf(object);
   if (value.IsObject()) {
-    ValidationResult result(schema->GetSchemaDocument(), value, options);
-    ConvertValidationResult(result.Records(), errors, quiet);
+    ValidationResult(schema->GetCompiledSchema(), value, options).AppendTo(errors, quiet);
   } else {
     errors.emplace_back(
         "/", Format(ErrorMessageForId(CS_ERR_NOT_AN_OBJECT), "Expected JSON of type object."));
@@ -125,9 +124,9 @@ bool validateObject(const std::shared_ptr<ConfigStoreObject>& object, ACTION act
     return false;
   }
   if (action != ACTION_GET && action != ACTION_DELETE) {
-    ValidationResult result(schema->GetSchemaDocument(), ValueOf(object), kUserConfigOptions);
+    ValidationResult result(schema->GetCompiledSchema(), ValueOf(object), kUserConfigOptions);
     if (result.HasErrors()) {
-      ConvertValidationResult(result.Records(), errors, false);
+      result.AppendTo(errors, false);
       CSLogger::Log(0, "validate completed with errors");
       return false;
     }
