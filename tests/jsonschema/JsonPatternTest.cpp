@@ -1,9 +1,13 @@
 // Compiled patterns: a pattern compiled once answers every search alike,
-// and an invalid one keeps its reason.
+// an invalid one keeps its reason, and a search that needed much
+// backtracking memory or hit a limit leaves later searches of its thread
+// unharmed.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "jsonschema/JsonPattern.h"
 
@@ -42,6 +46,42 @@ TEST(JsonPatternTest, AnInvalidPatternKeepsItsReason) {
     EXPECT_EQ(Search(pattern, "ab", &reason), Outcome::kInvalid);
     EXPECT_EQ(reason, "missing closing parenthesis at offset 3");
   }
+}
+
+TEST(JsonPatternTest, DeepAndFailedSearchesLeaveLaterSearchesUnharmed) {
+  auto simple = Compile("^v[0-9]$");
+  // Backtracking 1000 levels deep needs some 300 KiB of working memory, far
+  // more than a thread keeps between searches, and stays within the limits.
+  auto deep = Compile("^(a|b)*[0-9]");
+  auto catastrophic = Compile("(a+)+$");
+  std::string deepSubject = std::string(1000, 'a') + "1";
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(Search(simple, "v1"), Outcome::kMatch);
+    EXPECT_EQ(Search(deep, deepSubject), Outcome::kMatch);
+    EXPECT_EQ(Search(simple, "w1"), Outcome::kNoMatch);
+    std::string reason;
+    EXPECT_EQ(Search(catastrophic, std::string(5000, 'a') + "b", &reason), Outcome::kFailed);
+    EXPECT_EQ(reason, "match limit exceeded");
+    EXPECT_EQ(Search(simple, "v2"), Outcome::kMatch);
+    EXPECT_EQ(Search(catastrophic, "aaa"), Outcome::kMatch);
+  }
+}
+
+TEST(JsonPatternTest, EachThreadSearchesOnItsOwn) {
+  auto pattern = Compile("^(a|b)*[0-9]");
+  std::vector<int> failures(4, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 50; ++i) {
+        std::string subject = std::string(100 * (i % 5) + t, 'b') + (i % 2 ? "7" : "x");
+        Outcome expected = i % 2 ? Outcome::kMatch : Outcome::kNoMatch;
+        if (Search(pattern, subject) != expected) ++failures[t];
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(failures, std::vector<int>(4, 0));
 }
 
 }  // namespace
