@@ -90,17 +90,21 @@ void ValidateCachedConfig(const SchemaPtr& schema,
 void ValidateCSO(const SchemaPtr& schema, const std::shared_ptr<ConfigStoreObject>& object,
                  std::vector<ErrorInfo>& errors) {
   const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
-  std::string path = "/" + id.component + "/" + id.group + "/" + id.key;
+  // An identity fault names the key by its path, made only then.
+  auto identityFault = [&](CSErrorCodes code) {
+    std::string path = "/" + id.component + "/" + id.group + "/" + id.key;
+    errors.emplace_back("/", Format(ErrorMessageForId(code), path.c_str()));
+  };
   if (!schema) {
-    errors.emplace_back("/", Format(ErrorMessageForId(CS_ERR_SCHEMA_NOT_FOUND), path.c_str()));
+    identityFault(CS_ERR_SCHEMA_NOT_FOUND);
     return;
   }
   if (schema->HasInstances() && id.instanceId.empty()) {
-    errors.emplace_back("/", Format(ErrorMessageForId(CS_ERR_NOT_SINGLETON), path.c_str()));
+    identityFault(CS_ERR_NOT_SINGLETON);
     return;
   }
   if (!schema->HasInstances() && !id.instanceId.empty()) {
-    errors.emplace_back("/", Format(ErrorMessageForId(CS_ERR_NOT_A_LIST), path.c_str()));
+    identityFault(CS_ERR_NOT_A_LIST);
     return;
   }
   const JsonValue& document = schema->GetSchemaDocument();
