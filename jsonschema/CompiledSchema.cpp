@@ -173,11 +173,13 @@ bool IsTrue(const JsonValue* keyword) {
 
 }  // namespace
 
-CompiledSchema::CompiledSchema(const JsonValue& schema) { Compile(schema); }
-
-const SchemaNode& CompiledSchema::InstanceNode(const JsonValue& value) const {
-  const SchemaNode& root = Root();
-  return &CorvConfigStore::InstanceSchema(*root.json, value) == root.json ? root : *root.items;
+CompiledSchema::CompiledSchema(const JsonValue& schema) {
+  Compile(schema);
+  // Which node describes a value depends only on whether the value is an
+  // object, so any object finds it once for all.
+  static const JsonValue kObject(rapidjson::kObjectType);
+  objectNode_ =
+      &CorvConfigStore::InstanceSchema(schema, kObject) == &schema ? &Root() : Root().items;
 }
 
 const SchemaNode* CompiledSchema::Compile(const JsonValue& schema) {

@@ -110,13 +110,16 @@ class CompiledSchema {
   const SchemaNode& Root() const { return nodes_.front(); }
   // The node that describes value (see CorvConfigStore::InstanceSchema):
   // "items" of an array schema given an object, the root otherwise.
-  const SchemaNode& InstanceNode(const JsonValue& value) const;
+  const SchemaNode& InstanceNode(const JsonValue& value) const {
+    return value.IsObject() ? *objectNode_ : Root();
+  }
 
  private:
   const SchemaNode* Compile(const JsonValue& schema);
 
   // A deque keeps every node in place while later ones are added.
   std::deque<SchemaNode> nodes_;
+  const SchemaNode* objectNode_;  // the instance node of any object
 };
 
 }  // namespace JsonValidator

@@ -83,15 +83,17 @@ void CheckNumber(const SchemaNode& schema, const JsonValue& value, const Pointer
 
 void CheckString(const SchemaNode& schema, const JsonValue& value, const PointerPath& path,
                  ErrorList& errors) {
-  uint64_t length = CodePoints(value);
-  if (schema.minLength && length < *schema.minLength)
-    AddError(errors, path,
-             "string of " + Text(length) + " characters is shorter than minLength " +
-                 Text(*schema.minLength));
-  if (schema.maxLength && length > *schema.maxLength)
-    AddError(errors, path,
-             "string of " + Text(length) + " characters is longer than maxLength " +
-                 Text(*schema.maxLength));
+  if (schema.minLength || schema.maxLength) {
+    uint64_t length = CodePoints(value);
+    if (schema.minLength && length < *schema.minLength)
+      AddError(errors, path,
+               "string of " + Text(length) + " characters is shorter than minLength " +
+                   Text(*schema.minLength));
+    if (schema.maxLength && length > *schema.maxLength)
+      AddError(errors, path,
+               "string of " + Text(length) + " characters is longer than maxLength " +
+                   Text(*schema.maxLength));
+  }
 
   if (schema.pattern != nullptr) {
     const JsonValue& pattern = *schema.pattern;
