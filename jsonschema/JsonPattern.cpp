@@ -11,11 +11,20 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
 
 namespace JsonPattern {
+
+// The compiled code, or (code null) the compiler's reason.
+struct Compiled {
+  pcre2_code* code = nullptr;
+  std::string error;
+  ~Compiled() { pcre2_code_free(code); }
+};
 
 namespace {
 
@@ -25,17 +34,13 @@ constexpr uint32_t kMatchLimit = 1000000;  // backtracking steps per search
 constexpr uint32_t kDepthLimit = 10000;    // nested backtracking points
 constexpr uint32_t kHeapLimitKiB = 20000;  // backtracking memory per search
 // Schemas name few distinct patterns; the cache stops growing at this size
-// and later patterns are compiled per search.
+// and later patterns are compiled anew by each Compile.
 constexpr size_t kMaxCachedPatterns = 4096;
+// A thread keeps its match block while no search needed more backtracking
+// memory than this (PCRE2 starts with 20 KiB).
+constexpr size_t kKeptMemoryBytes = 64 * 1024;
 
-// A compiled pattern, or the reason it does not compile.
-struct Compiled {
-  pcre2_code* code = nullptr;
-  std::string error;
-  ~Compiled() { pcre2_code_free(code); }
-};
-
-std::shared_ptr<const Compiled> CompilePattern(const std::string& pattern) {
+CompiledPattern CompilePattern(const std::string& pattern) {
   auto compiled = std::make_shared<Compiled>();
   int errorCode = 0;
   PCRE2_SIZE errorOffset = 0;
@@ -50,9 +55,9 @@ std::shared_ptr<const Compiled> CompilePattern(const std::string& pattern) {
   return compiled;
 }
 
-std::shared_ptr<const Compiled> GetCompiled(const std::string& pattern) {
+CompiledPattern GetCompiled(const std::string& pattern) {
   static std::mutex mutex;
-  static std::unordered_map<std::string, std::shared_ptr<const Compiled>> cache;
+  static std::unordered_map<std::string, CompiledPattern> cache;
   {
     std::lock_guard<std::mutex> lock(mutex);
     auto found = cache.find(pattern);
@@ -80,28 +85,71 @@ pcre2_match_context* LimitedContext() {
   return context;
 }
 
-struct MatchDataDeleter {
-  void operator()(pcre2_match_data* data) const { pcre2_match_data_free(data); }
+// The match block of one thread, kept between its searches: making a block
+// and its backtracking memory anew cost more than a typical search. A search
+// that needed more than kKeptMemoryBytes of backtracking memory frees the
+// block, so that one deep search leaves nothing large behind.
+class ThreadMatchData {
+ public:
+  ThreadMatchData() : context_(pcre2_general_context_create(Allocate, Release, this)) {}
+  ~ThreadMatchData() {
+    pcre2_match_data_free(data_);
+    pcre2_general_context_free(context_);
+  }
+  ThreadMatchData(const ThreadMatchData&) = delete;
+  ThreadMatchData& operator=(const ThreadMatchData&) = delete;
+
+  // The block for a search, or null when out of memory. Whether the search
+  // matched is all a search asks, so the block holds one match position.
+  pcre2_match_data* Get() {
+    if (data_ == nullptr && context_ != nullptr) data_ = pcre2_match_data_create(1, context_);
+    return data_;
+  }
+
+  // After a search: frees the block if the search made it large.
+  void Trim() {
+    if (largest_ <= kKeptMemoryBytes) return;
+    pcre2_match_data_free(data_);
+    data_ = nullptr;
+    largest_ = 0;
+  }
+
+ private:
+  // PCRE2 allocates the block and its backtracking memory through these.
+  static void* Allocate(size_t size, void* self) {
+    auto* owner = static_cast<ThreadMatchData*>(self);
+    owner->largest_ = std::max(owner->largest_, size);
+    return std::malloc(size);
+  }
+  static void Release(void* block, void*) { std::free(block); }
+
+  size_t largest_ = 0;  // the largest allocation since the block was made
+  pcre2_general_context* context_;
+  pcre2_match_data* data_ = nullptr;
 };
 
 }  // namespace
 
-Outcome Search(const char* pattern, size_t patternLength, const char* subject, size_t subjectLength,
+CompiledPattern Compile(const char* pattern, size_t patternLength) {
+  return GetCompiled(std::string(pattern, patternLength));
+}
+
+Outcome Search(const CompiledPattern& compiled, const char* subject, size_t subjectLength,
                std::string* reason) {
-  auto compiled = GetCompiled(std::string(pattern, patternLength));
   if (compiled->code == nullptr) {
     *reason = compiled->error;
     return Outcome::kInvalid;
   }
+  thread_local ThreadMatchData matchData;
   pcre2_match_context* context = LimitedContext();
-  std::unique_ptr<pcre2_match_data, MatchDataDeleter> data(
-      pcre2_match_data_create_from_pattern(compiled->code, nullptr));
+  pcre2_match_data* data = matchData.Get();
   if (context == nullptr || data == nullptr) {
     *reason = "out of memory while matching";
     return Outcome::kFailed;
   }
   int rc = pcre2_match(compiled->code, reinterpret_cast<PCRE2_SPTR>(subject), subjectLength, 0, 0,
-                       data.get(), context);
+                       data, context);
+  matchData.Trim();
   if (rc >= 0) return Outcome::kMatch;
   if (rc == PCRE2_ERROR_NOMATCH) return Outcome::kNoMatch;
   switch (rc) {
@@ -121,6 +169,11 @@ Outcome Search(const char* pattern, size_t patternLength, const char* subject, s
     }
   }
   return Outcome::kFailed;
+}
+
+Outcome Search(const char* pattern, size_t patternLength, const char* subject, size_t subjectLength,
+               std::string* reason) {
+  return Search(Compile(pattern, patternLength), subject, subjectLength, reason);
 }
 
 }  // namespace JsonPattern

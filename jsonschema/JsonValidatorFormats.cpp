@@ -83,13 +83,13 @@ bool IsUuid(const char* text, size_t length) {
 
 }  // namespace
 
-bool MatchesFormat(const char* format, const char* text, size_t length) {
-  if (std::strcmp(format, "ipv4") == 0) return IsIpv4(text, length);
-  if (std::strcmp(format, "ipv6") == 0) return IsIpv6(text, length);
-  if (std::strcmp(format, "hostname") == 0) return IsHostname(text, length);
-  if (std::strcmp(format, "mac") == 0) return IsMac(text, length);
-  if (std::strcmp(format, "uuid") == 0) return IsUuid(text, length);
-  return true;
+FormatCheck FormatCheckOf(const char* format) {
+  if (std::strcmp(format, "ipv4") == 0) return IsIpv4;
+  if (std::strcmp(format, "ipv6") == 0) return IsIpv6;
+  if (std::strcmp(format, "hostname") == 0) return IsHostname;
+  if (std::strcmp(format, "mac") == 0) return IsMac;
+  if (std::strcmp(format, "uuid") == 0) return IsUuid;
+  return nullptr;
 }
 
 }  // namespace JsonValidator

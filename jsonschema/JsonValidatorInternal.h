@@ -1,6 +1,7 @@
-// What the files of the validator share: the decoded options, the error
-// list, JSON Pointer building, descriptions of values for messages, and
-// the lookup of the schemas that apply to an object member.
+// What the files of the validator share: the decoded options, the JSON
+// Pointer of the value being checked, error records, descriptions of
+// values for messages, and the lookup of the schemas that apply to an
+// object member.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +9,10 @@
 #include <vector>
 
 #include "core/Json.h"
-#include "jsonschema/JsonPattern.h"
+#include "jsonschema/CompiledSchema.h"
+#include "jsonschema/JsonValidator.h"
 
 namespace JsonValidator {
-
-using CorvConfigStore::JsonValue;
 
 // The option integers, decoded.
 struct Options {
@@ -26,20 +26,34 @@ struct Options {
   bool cachedOnly = false;  // 9: only cached members and the instance id
 };
 
-struct ErrorRecord {
-  std::string field;
-  std::string error;
+// The JSON Pointer of the value being checked, behind the caller's prefix,
+// kept as the member names and item indexes on the way down. Most values
+// hold no error, so the text is made only for a record.
+class PointerPath {
+ public:
+  explicit PointerPath(const std::string& prefix);
+
+  void PushName(const JsonValue& name) { steps_.push_back(Step{&name, 0}); }
+  void PushIndex(size_t index) { steps_.push_back(Step{nullptr, index}); }
+  void Pop() { steps_.pop_back(); }
+  size_t Depth() const { return steps_.size(); }
+
+  // The pointer of the value depth steps down: the prefix, then "/" and
+  // each name (with "~" and "/" escaped as "~0", "~1") or index. An empty
+  // pointer stands for "/".
+  std::string Render(size_t depth) const;
+
+ private:
+  struct Step {
+    const JsonValue* name;  // null for an index
+    size_t index;
+  };
+  std::string prefix_;
+  std::vector<Step> steps_;
 };
-using ErrorList = std::vector<ErrorRecord>;
 
-// Appends an error about the value at path (the prefix followed by the JSON
-// Pointer; an empty path stands for "/").
-void AddError(ErrorList& errors, const std::string& path, std::string text);
-
-// Appends "/" and the member name with "~" and "/" escaped as "~0", "~1".
-void AppendName(std::string& path, const JsonValue& name);
-// Appends "/" and the array index.
-void AppendIndex(std::string& path, size_t index);
+// Appends an error about the value at path.
+void AddError(ErrorList& errors, const PointerPath& path, std::string text);
 
 // The value (or a member name) as JSON text for a message, cut short when
 // long.
@@ -54,18 +68,18 @@ struct PatternFailure {
   JsonPattern::Outcome outcome;  // kInvalid or kFailed
   std::string reason;
 };
-void FindMemberSchemas(const JsonValue& schema, const JsonValue& name,
-                       std::vector<const JsonValue*>& schemas,
+void FindMemberSchemas(const SchemaNode& schema, const JsonValue& name,
+                       std::vector<const SchemaNode*>& schemas,
                        std::vector<PatternFailure>* failures);
 
 // Option 1: enum, const and the numeric, length, size, pattern, format
 // and uniqueness keywords of one schema node, for the value itself.
-void CheckValueConstraints(const JsonValue& schema, const JsonValue& value, const std::string& path,
+void CheckValueConstraints(const SchemaNode& schema, const JsonValue& value, PointerPath& path,
                            ErrorList& errors);
 
 // Options 3, 4, 5 and 9: the annotations of the members value holds,
 // walked from the key schema.
-void CheckLayers(const JsonValue& schema, const JsonValue& value, std::string& path,
+void CheckLayers(const CompiledSchema& schema, const JsonValue& value, PointerPath& path,
                  const Options& options, ErrorList& errors);
 
 }  // namespace JsonValidator

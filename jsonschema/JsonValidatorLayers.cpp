@@ -20,17 +20,14 @@
 #include <string>
 #include <vector>
 
-#include "core/JsonSchemaNode.h"
-#include "jsonschema/JsonValidatorInternal.h"
 #include "core/GeneratedId.h"
+#include "jsonschema/JsonValidatorInternal.h"
 
 namespace JsonValidator {
 
 namespace {
 
-using CorvConfigStore::SchemaFlag;
 using CorvConfigStore::kGeneratedIdProperty;
-using CorvConfigStore::SchemaKeyword;
 
 // What the nodes above a value say of it.
 struct Layer {
@@ -42,15 +39,16 @@ struct Layer {
 };
 
 // The annotation (of vital, cached, solutionUser) the node carries, or null.
-const char* NotUserAnnotation(const JsonValue& schema) {
-  for (const char* flag : {"vital", "cached", "solutionUser"})
-    if (SchemaFlag(schema, flag)) return flag;
+const char* NotUserAnnotation(const SchemaNode& schema) {
+  if (schema.vital) return "vital";
+  if (schema.cached) return "cached";
+  if (schema.solutionUser) return "solutionUser";
   return nullptr;
 }
 
-Layer Enter(Layer layer, const JsonValue& schema) {
-  layer.vital |= SchemaFlag(schema, "vital");
-  layer.cached |= SchemaFlag(schema, "cached");
+Layer Enter(Layer layer, const SchemaNode& schema) {
+  layer.vital |= schema.vital;
+  layer.cached |= schema.cached;
   if (layer.notUser == nullptr) layer.notUser = NotUserAnnotation(schema);
   return layer;
 }
@@ -59,12 +57,12 @@ bool IsScalar(const JsonValue& value) { return !value.IsObject() && !value.IsArr
 
 // Options 5 and 9: the value, outside every node with the flag, is a scalar
 // or an array holding scalars (at any depth of arrays).
-bool HoldsUncoveredScalars(const JsonValue& value, const JsonValue* schema, const Layer& layer,
+bool HoldsUncoveredScalars(const JsonValue& value, const SchemaNode* schema, const Layer& layer,
                            bool Layer::*covered) {
   if (layer.*covered) return false;
   if (IsScalar(value)) return true;
   if (!value.IsArray()) return false;
-  const JsonValue* items = schema == nullptr ? nullptr : SchemaKeyword(*schema, "items");
+  const SchemaNode* items = schema == nullptr ? nullptr : schema->items;
   Layer inner = items == nullptr ? layer : Enter(layer, *items);
   for (const auto& element : value.GetArray())
     if (!element.IsObject() && HoldsUncoveredScalars(element, items, inner, covered)) return true;
@@ -77,56 +75,61 @@ class LayerWalker {
 
   // The members of an object, the elements of an array, under schema
   // (null: nothing describes the value).
-  void Walk(const JsonValue* schema, const JsonValue& value, std::string& path,
+  void Walk(const SchemaNode* schema, const JsonValue& value, PointerPath& path,
             const Layer& layer) {
     if (value.IsObject()) {
+      std::vector<const SchemaNode*> schemas;
       for (const auto& member : value.GetObject()) {
-        size_t mark = path.size();
-        AppendName(path, member.name);
-        Member(schema, member.name, member.value, path, layer);
-        path.resize(mark);
+        path.PushName(member.name);
+        Member(schema, member.name, member.value, path, layer, schemas);
+        path.Pop();
       }
     } else if (value.IsArray()) {
-      const JsonValue* items = schema == nullptr ? nullptr : SchemaKeyword(*schema, "items");
+      const SchemaNode* items = schema == nullptr ? nullptr : schema->items;
       Layer inner = items == nullptr ? layer : Enter(layer, *items);
       for (rapidjson::SizeType i = 0; i < value.Size(); ++i) {
         if (IsScalar(value[i])) continue;
-        size_t mark = path.size();
-        AppendIndex(path, i);
+        path.PushIndex(i);
         Walk(items, value[i], path, inner);
-        path.resize(mark);
+        path.Pop();
       }
     }
   }
 
-  // Options 5 and 9 for one value ("value" or a member's name as subject).
-  void CheckCovered(const std::string& subject, const JsonValue& value, const JsonValue* schema,
-                    const std::string& path, const Layer& layer) {
+  // Options 5 and 9 for one value: the member named name, or (name null)
+  // the value itself.
+  void CheckCovered(const JsonValue* name, const JsonValue& value, const SchemaNode* schema,
+                    const PointerPath& path, const Layer& layer) {
     if (options_.vitalOnly && HoldsUncoveredScalars(value, schema, layer, &Layer::vital))
-      AddError(errors_, path, subject + " is not vital configuration");
+      AddError(errors_, path, Subject(name) + " is not vital configuration");
     if (options_.cachedOnly && HoldsUncoveredScalars(value, schema, layer, &Layer::cached))
-      AddError(errors_, path, subject + " is not cached configuration");
+      AddError(errors_, path, Subject(name) + " is not cached configuration");
   }
 
  private:
-  void Member(const JsonValue* schema, const JsonValue& name, const JsonValue& value,
-              std::string& path, const Layer& layer) {
-    std::vector<const JsonValue*> schemas;
+  static std::string Subject(const JsonValue* name) {
+    return name == nullptr ? "value" : "member " + Describe(*name);
+  }
+
+  // schemas: working space for the member schemas, shared by the members of
+  // one object.
+  void Member(const SchemaNode* schema, const JsonValue& name, const JsonValue& value,
+              PointerPath& path, const Layer& layer, std::vector<const SchemaNode*>& schemas) {
+    schemas.clear();
     if (schema != nullptr) {
       FindMemberSchemas(*schema, name, schemas, nullptr);
-      const JsonValue* additional = SchemaKeyword(*schema, "additionalProperties");
-      if (schemas.empty() && additional != nullptr && additional->IsObject())
-        schemas.push_back(additional);
+      if (schemas.empty() && schema->additionalSchema != nullptr)
+        schemas.push_back(schema->additionalSchema);
     }
     Layer inner = layer;
     bool readOnly = false;
     bool isId = name == kGeneratedIdProperty;
-    for (const JsonValue* memberSchema : schemas) {
+    for (const SchemaNode* memberSchema : schemas) {
       inner = Enter(inner, *memberSchema);
-      readOnly |= SchemaFlag(*memberSchema, "readOnly");
-      isId |= SchemaFlag(*memberSchema, "instanceId");
+      readOnly |= memberSchema->readOnly;
+      isId |= memberSchema->instanceId;
     }
-    const JsonValue* memberSchema = schemas.empty() ? nullptr : schemas[0];
+    const SchemaNode* memberSchema = schemas.empty() ? nullptr : schemas[0];
 
     if (options_.noReadOnly && readOnly && !layer.readOnlyReported) {
       AddError(errors_, path, "member " + Describe(name) + " is read-only");
@@ -138,7 +141,7 @@ class LayerWalker {
                    " configuration, not user configuration");
       inner.notUserReported = true;
     }
-    if (!isId) CheckCovered("member " + Describe(name), value, memberSchema, path, inner);
+    if (!isId) CheckCovered(&name, value, memberSchema, path, inner);
     Walk(memberSchema, value, path, inner);
   }
 
@@ -148,13 +151,14 @@ class LayerWalker {
 
 }  // namespace
 
-void CheckLayers(const JsonValue& schema, const JsonValue& value, std::string& path,
+void CheckLayers(const CompiledSchema& schema, const JsonValue& value, PointerPath& path,
                  const Options& options, ErrorList& errors) {
-  Layer layer = Enter(Layer(), schema);
-  const JsonValue& start = CorvConfigStore::InstanceSchema(schema, value);
-  if (&start != &schema) layer = Enter(layer, start);
+  const SchemaNode& root = schema.Root();
+  Layer layer = Enter(Layer(), root);
+  const SchemaNode& start = schema.InstanceNode(value);
+  if (&start != &root) layer = Enter(layer, start);
   LayerWalker walker(options, errors);
-  walker.CheckCovered("value", value, &start, path, layer);
+  walker.CheckCovered(nullptr, value, &start, path, layer);
   walker.Walk(&start, value, path, layer);
 }
 

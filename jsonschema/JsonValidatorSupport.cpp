@@ -1,6 +1,7 @@
 // Error records, JSON Pointers, value descriptions and member schema lookup
 // for the validator.
-#include "core/JsonSchemaNode.h"
+#include <string_view>
+
 #include "jsonschema/JsonValidatorInternal.h"
 
 namespace JsonValidator {
@@ -9,6 +10,9 @@ namespace {
 
 // Descriptions of values in messages stop after this many bytes.
 constexpr size_t kDescriptionLimit = 64;
+
+// Pointers of typical values stay this deep; deeper ones grow the list.
+constexpr size_t kTypicalDepth = 16;
 
 std::string CutShort(std::string text) {
   if (text.size() <= kDescriptionLimit) return text;
@@ -21,50 +25,62 @@ std::string CutShort(std::string text) {
 
 }  // namespace
 
-void AddError(ErrorList& errors, const std::string& path, std::string text) {
-  errors.push_back(ErrorRecord{path.empty() ? std::string("/") : path, std::move(text)});
+// The prefix names the value itself; a trailing "/" would double the
+// separator of every pointer behind it.
+PointerPath::PointerPath(const std::string& prefix) : prefix_(prefix) {
+  if (!prefix_.empty() && prefix_.back() == '/') prefix_.pop_back();
+  steps_.reserve(kTypicalDepth);
 }
 
-void AppendName(std::string& path, const JsonValue& name) {
-  path += '/';
-  const char* text = name.GetString();
-  for (rapidjson::SizeType i = 0; i < name.GetStringLength(); ++i) {
-    if (text[i] == '~')
-      path += "~0";
-    else if (text[i] == '/')
-      path += "~1";
-    else
-      path += text[i];
+std::string PointerPath::Render(size_t depth) const {
+  std::string text = prefix_;
+  for (size_t i = 0; i < depth; ++i) {
+    text += '/';
+    const JsonValue* name = steps_[i].name;
+    if (name == nullptr) {
+      text += std::to_string(steps_[i].index);
+      continue;
+    }
+    const char* characters = name->GetString();
+    for (rapidjson::SizeType j = 0; j < name->GetStringLength(); ++j) {
+      if (characters[j] == '~')
+        text += "~0";
+      else if (characters[j] == '/')
+        text += "~1";
+      else
+        text += characters[j];
+    }
   }
+  if (text.empty()) text = "/";
+  return text;
 }
 
-void AppendIndex(std::string& path, size_t index) {
-  path += '/';
-  path += std::to_string(index);
+void AddError(ErrorList& errors, const PointerPath& path, std::string text) {
+  errors.push_back(ErrorRecord{path.Render(path.Depth()), std::move(text)});
 }
 
 std::string Describe(const JsonValue& value) {
   return CutShort(CorvConfigStore::JsonToString(value));
 }
 
-void FindMemberSchemas(const JsonValue& schema, const JsonValue& name,
-                       std::vector<const JsonValue*>& schemas,
+void FindMemberSchemas(const SchemaNode& schema, const JsonValue& name,
+                       std::vector<const SchemaNode*>& schemas,
                        std::vector<PatternFailure>* failures) {
-  const JsonValue* properties = CorvConfigStore::SchemaKeyword(schema, "properties");
-  if (properties != nullptr && properties->IsObject()) {
-    auto property = properties->FindMember(name);
-    if (property != properties->MemberEnd()) schemas.push_back(&property->value);
+  std::string_view text(name.GetString(), name.GetStringLength());
+  for (const auto& property : schema.properties) {
+    if (property.name == text) {
+      schemas.push_back(property.schema);
+      break;
+    }
   }
-  const JsonValue* patterns = CorvConfigStore::SchemaKeyword(schema, "patternProperties");
-  if (patterns == nullptr || !patterns->IsObject()) return;
-  for (const auto& entry : patterns->GetObject()) {
+  for (const auto& entry : schema.patternProperties) {
     std::string reason;
-    auto outcome = JsonPattern::Search(entry.name.GetString(), entry.name.GetStringLength(),
-                                       name.GetString(), name.GetStringLength(), &reason);
+    auto outcome =
+        JsonPattern::Search(entry.compiled, name.GetString(), name.GetStringLength(), &reason);
     if (outcome == JsonPattern::Outcome::kMatch)
-      schemas.push_back(&entry.value);
+      schemas.push_back(entry.schema);
     else if (outcome != JsonPattern::Outcome::kNoMatch && failures != nullptr)
-      failures->push_back(PatternFailure{&entry.name, outcome, std::move(reason)});
+      failures->push_back(PatternFailure{entry.pattern, outcome, std::move(reason)});
   }
 }
 

@@ -1,7 +1,7 @@
 // Option 1 of the validator: the constraints on a value itself (enum,
 // const, numeric bounds and multiples, string length, pattern and format,
 // array size and uniqueness, object size). A keyword whose own value is
-// malformed ("minimum": "x") is ignored.
+// malformed ("minimum": "x") is not in the compiled node, so it is ignored.
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
@@ -11,8 +11,6 @@
 #include <vector>
 
 #include "core/JsonCompare.h"
-#include "core/JsonSchemaNode.h"
-#include "jsonschema/JsonValidatorFormats.h"
 #include "jsonschema/JsonValidatorInternal.h"
 
 namespace JsonValidator {
@@ -21,29 +19,6 @@ namespace {
 
 using CorvConfigStore::CompareJsonNumbers;
 using CorvConfigStore::JsonEqual;
-using CorvConfigStore::SchemaKeyword;
-
-// A number keyword, or null when absent or not a number.
-const JsonValue* NumberKeyword(const JsonValue& schema, const char* name) {
-  const JsonValue* keyword = SchemaKeyword(schema, name);
-  return keyword != nullptr && keyword->IsNumber() ? keyword : nullptr;
-}
-
-// A count keyword (minLength, maxItems, ...): a non-negative number without
-// fraction; false when absent or malformed.
-bool CountKeyword(const JsonValue& schema, const char* name, uint64_t* count) {
-  const JsonValue* keyword = NumberKeyword(schema, name);
-  if (keyword == nullptr || !CorvConfigStore::IsJsonInteger(*keyword)) return false;
-  if (keyword->IsUint64()) {
-    *count = keyword->GetUint64();
-    return true;
-  }
-  if (keyword->IsInt64()) return false;  // negative
-  double number = keyword->GetDouble();
-  if (number < 0) return false;
-  *count = number >= 18446744073709551615.0 ? UINT64_MAX : static_cast<uint64_t>(number);
-  return true;
-}
 
 // The magnitude of a number without fraction below 2^64.
 bool IntegerMagnitude(const JsonValue& number, uint64_t* magnitude) {
@@ -87,71 +62,71 @@ uint64_t CodePoints(const JsonValue& text) {
 
 std::string Text(uint64_t count) { return std::to_string(count); }
 
-void CheckNumber(const JsonValue& schema, const JsonValue& value, const std::string& path,
+void CheckNumber(const SchemaNode& schema, const JsonValue& value, const PointerPath& path,
                  ErrorList& errors) {
   auto report = [&](const char* rule, const JsonValue& bound) {
     AddError(errors, path, "value " + Describe(value) + rule + Describe(bound));
   };
-  if (const JsonValue* bound = NumberKeyword(schema, "minimum"))
+  if (const JsonValue* bound = schema.minimum)
     if (CompareJsonNumbers(value, *bound) < 0) report(" is less than minimum ", *bound);
-  if (const JsonValue* bound = NumberKeyword(schema, "maximum"))
+  if (const JsonValue* bound = schema.maximum)
     if (CompareJsonNumbers(value, *bound) > 0) report(" is greater than maximum ", *bound);
-  if (const JsonValue* bound = NumberKeyword(schema, "exclusiveMinimum"))
+  if (const JsonValue* bound = schema.exclusiveMinimum)
     if (CompareJsonNumbers(value, *bound) <= 0)
       report(" is not greater than exclusiveMinimum ", *bound);
-  if (const JsonValue* bound = NumberKeyword(schema, "exclusiveMaximum"))
+  if (const JsonValue* bound = schema.exclusiveMaximum)
     if (CompareJsonNumbers(value, *bound) >= 0)
       report(" is not less than exclusiveMaximum ", *bound);
-  const JsonValue* divisor = NumberKeyword(schema, "multipleOf");
-  if (divisor != nullptr && divisor->GetDouble() > 0 && !IsMultipleOf(value, *divisor))
-    report(" is not a multiple of ", *divisor);
+  if (schema.multipleOf != nullptr && !IsMultipleOf(value, *schema.multipleOf))
+    report(" is not a multiple of ", *schema.multipleOf);
 }
 
-void CheckString(const JsonValue& schema, const JsonValue& value, const std::string& path,
+void CheckString(const SchemaNode& schema, const JsonValue& value, const PointerPath& path,
                  ErrorList& errors) {
-  uint64_t limit = 0;
-  bool hasMin = CountKeyword(schema, "minLength", &limit);
-  uint64_t length = CodePoints(value);
-  if (hasMin && length < limit)
-    AddError(errors, path,
-             "string of " + Text(length) + " characters is shorter than minLength " + Text(limit));
-  if (CountKeyword(schema, "maxLength", &limit) && length > limit)
-    AddError(errors, path,
-             "string of " + Text(length) + " characters is longer than maxLength " + Text(limit));
+  if (schema.minLength || schema.maxLength) {
+    uint64_t length = CodePoints(value);
+    if (schema.minLength && length < *schema.minLength)
+      AddError(errors, path,
+               "string of " + Text(length) + " characters is shorter than minLength " +
+                   Text(*schema.minLength));
+    if (schema.maxLength && length > *schema.maxLength)
+      AddError(errors, path,
+               "string of " + Text(length) + " characters is longer than maxLength " +
+                   Text(*schema.maxLength));
+  }
 
-  const JsonValue* pattern = SchemaKeyword(schema, "pattern");
-  if (pattern != nullptr && pattern->IsString()) {
+  if (schema.pattern != nullptr) {
+    const JsonValue& pattern = *schema.pattern;
     std::string reason;
-    switch (JsonPattern::Search(pattern->GetString(), pattern->GetStringLength(), value.GetString(),
-                                value.GetStringLength(), &reason)) {
+    switch (JsonPattern::Search(schema.compiledPattern, value.GetString(), value.GetStringLength(),
+                                &reason)) {
       case JsonPattern::Outcome::kMatch:
         break;
       case JsonPattern::Outcome::kNoMatch:
         AddError(errors, path,
-                 "string " + Describe(value) + " does not match pattern " + Describe(*pattern));
+                 "string " + Describe(value) + " does not match pattern " + Describe(pattern));
         break;
       case JsonPattern::Outcome::kInvalid:
-        AddError(errors, path, "invalid pattern " + Describe(*pattern) + ": " + reason);
+        AddError(errors, path, "invalid pattern " + Describe(pattern) + ": " + reason);
         break;
       case JsonPattern::Outcome::kFailed:
         AddError(
             errors, path,
-            "string could not be matched against pattern " + Describe(*pattern) + ": " + reason);
+            "string could not be matched against pattern " + Describe(pattern) + ": " + reason);
         break;
     }
   }
 
-  const JsonValue* format = SchemaKeyword(schema, "format");
-  if (format != nullptr && format->IsString() &&
-      !MatchesFormat(format->GetString(), value.GetString(), value.GetStringLength()))
+  if (schema.formatCheck != nullptr &&
+      !schema.formatCheck(value.GetString(), value.GetStringLength()))
     AddError(errors, path,
-             "string " + Describe(value) + " does not match format " + format->GetString());
+             "string " + Describe(value) + " does not match format " + schema.format->GetString());
 }
 
 // Each item equal to an earlier one is reported once, at the item, naming
 // the first item it equals. Items are bucketed by hash so that a long array
 // costs no quadratic number of comparisons.
-void CheckUnique(const JsonValue& value, std::string path, ErrorList& errors) {
+void CheckUnique(const JsonValue& value, PointerPath& path, ErrorList& errors) {
   std::vector<std::pair<size_t, rapidjson::SizeType>> order;
   order.reserve(value.Size());
   for (rapidjson::SizeType i = 0; i < value.Size(); ++i)
@@ -175,51 +150,51 @@ void CheckUnique(const JsonValue& value, std::string path, ErrorList& errors) {
   // the first one equal; report in item order.
   std::sort(duplicates.begin(), duplicates.end());
   for (const auto& duplicate : duplicates) {
-    size_t mark = path.size();
-    AppendIndex(path, duplicate.first);
+    path.PushIndex(duplicate.first);
     AddError(errors, path,
              "item " + Text(duplicate.first) + " equals item " + Text(duplicate.second) +
                  " (uniqueItems)");
-    path.resize(mark);
+    path.Pop();
   }
 }
 
-void CheckArray(const JsonValue& schema, const JsonValue& value, const std::string& path,
+void CheckArray(const SchemaNode& schema, const JsonValue& value, PointerPath& path,
                 ErrorList& errors) {
-  uint64_t limit = 0;
   uint64_t size = value.Size();
-  if (CountKeyword(schema, "minItems", &limit) && size < limit)
+  if (schema.minItems && size < *schema.minItems)
+    AddError(
+        errors, path,
+        "array of " + Text(size) + " items is shorter than minItems " + Text(*schema.minItems));
+  if (schema.maxItems && size > *schema.maxItems)
     AddError(errors, path,
-             "array of " + Text(size) + " items is shorter than minItems " + Text(limit));
-  if (CountKeyword(schema, "maxItems", &limit) && size > limit)
-    AddError(errors, path,
-             "array of " + Text(size) + " items is longer than maxItems " + Text(limit));
-  if (CorvConfigStore::SchemaFlag(schema, "uniqueItems")) CheckUnique(value, path, errors);
+             "array of " + Text(size) + " items is longer than maxItems " + Text(*schema.maxItems));
+  if (schema.uniqueItems) CheckUnique(value, path, errors);
 }
 
-void CheckObject(const JsonValue& schema, const JsonValue& value, const std::string& path,
+void CheckObject(const SchemaNode& schema, const JsonValue& value, const PointerPath& path,
                  ErrorList& errors) {
-  uint64_t limit = 0;
   uint64_t size = value.MemberCount();
-  if (CountKeyword(schema, "minProperties", &limit) && size < limit)
+  if (schema.minProperties && size < *schema.minProperties)
     AddError(errors, path,
-             "object of " + Text(size) + " members has fewer than minProperties " + Text(limit));
-  if (CountKeyword(schema, "maxProperties", &limit) && size > limit)
+             "object of " + Text(size) + " members has fewer than minProperties " +
+                 Text(*schema.minProperties));
+  if (schema.maxProperties && size > *schema.maxProperties)
     AddError(errors, path,
-             "object of " + Text(size) + " members has more than maxProperties " + Text(limit));
+             "object of " + Text(size) + " members has more than maxProperties " +
+                 Text(*schema.maxProperties));
 }
 
 }  // namespace
 
-void CheckValueConstraints(const JsonValue& schema, const JsonValue& value, const std::string& path,
+void CheckValueConstraints(const SchemaNode& schema, const JsonValue& value, PointerPath& path,
                            ErrorList& errors) {
-  const JsonValue* allowed = SchemaKeyword(schema, "enum");
-  if (allowed != nullptr && allowed->IsArray() &&
+  const JsonValue* allowed = schema.enumValues;
+  if (allowed != nullptr &&
       std::none_of(allowed->Begin(), allowed->End(),
                    [&](const JsonValue& candidate) { return JsonEqual(value, candidate); }))
     AddError(errors, path,
              "value " + Describe(value) + " is not one of the enum values " + Describe(*allowed));
-  const JsonValue* constant = SchemaKeyword(schema, "const");
+  const JsonValue* constant = schema.constValue;
   if (constant != nullptr && !JsonEqual(value, *constant))
     AddError(errors, path,
              "value " + Describe(value) + " is not the const value " + Describe(*constant));

@@ -1,9 +1,13 @@
 // A key schema and the answers derived from it: instances, instance-id
-// property and map, defaults, kind and the root annotations; and the
-// normalisation every key schema goes through.
+// property and map, defaults, kind and the root annotations, the schema
+// compiled for the validator; and the normalisation every key schema goes
+// through.
+#include <memory>
+#include <mutex>
 #include <string>
 
 #include "core/Throw.h"
+#include "jsonschema/CompiledSchema.h"
 #include "schema/SchemaNodes.h"
 #include "schema/SchemaStore.h"
 
@@ -155,6 +159,15 @@ SchemaObject::SchemaObject(const std::string& component, const std::string& grou
     applyDuringUpgrade_ = upgrade->value.GetBool();
   valueType_ = StringMember(document_, "valueType", "");
   version_ = StringMember(document_, "version", "1.0");
+}
+
+SchemaObject::~SchemaObject() = default;
+
+const JsonValidator::CompiledSchema& SchemaObject::GetCompiledSchema() const {
+  std::call_once(compileOnce_, [this] {
+    compiled_ = std::make_unique<const JsonValidator::CompiledSchema>(document_);
+  });
+  return *compiled_;
 }
 
 const JsonValue& SchemaObject::GetValueSchema() const {

@@ -4,11 +4,16 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "core/GeneratedId.h"
 #include "core/Json.h"
+
+namespace JsonValidator {
+class CompiledSchema;
+}  // namespace JsonValidator
 
 namespace CorvSchemaStore {
 
@@ -45,6 +50,7 @@ class SchemaObject {
                const CorvConfigStore::JsonValue& document);
   SchemaObject(const SchemaObject&) = delete;
   SchemaObject& operator=(const SchemaObject&) = delete;
+  ~SchemaObject();
 
   const std::string& GetComponent() const { return component_; }
   const std::string& GetGroup() const { return group_; }
@@ -52,6 +58,9 @@ class SchemaObject {
 
   // The key schema.
   const CorvConfigStore::JsonValue& GetSchemaDocument() const { return document_; }
+  // The key schema compiled for the validator, on the first call (by one
+  // thread, the others waiting for it) and kept as long as the object.
+  const JsonValidator::CompiledSchema& GetCompiledSchema() const;
   // The key root is an array schema: the key has instances.
   bool HasInstances() const { return hasInstances_; }
   // Instance-id property of the key's instances; empty for a singleton.
@@ -98,6 +107,8 @@ class SchemaObject {
   bool applyDuringUpgrade_ = true;
   std::string valueType_;
   std::string version_ = "1.0";
+  mutable std::once_flag compileOnce_;
+  mutable std::unique_ptr<const JsonValidator::CompiledSchema> compiled_;
 };
 
 // A schema object from the text of a key schema; raises ConfigStoreException

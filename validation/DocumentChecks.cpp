@@ -25,7 +25,7 @@ bool ValidateWholeDocument(JsonValue& value, JsonAllocator& allocator,
   CorvSchemaStore::GenerateSchemaDocument(value, cache, schema, scratch);
   ValidationResult result(schema, value, options);
   CorvSchemaStore::PopulateGeneratedInstanceId(schema, value, allocator);
-  ConvertValidationResult(result.Records(), errors, false);
+  result.AppendTo(errors, false);
   return errors.empty();
 }
 
@@ -47,7 +47,7 @@ void ValidateApplyFile(const JsonValue& document, const JsonValue& schema) {
   ValidationResult result(schema, document, kApplyFileOptions);
   if (!result.HasErrors()) return;
   std::vector<ErrorInfo> errors;
-  ConvertValidationResult(result.Records(), errors, false);
+  result.AppendTo(errors, false);
   ThrowValidationFailure(CS_ERR_APPLY_FILE, errors);
 }
 

@@ -15,6 +15,7 @@
 
 #include "core/Json.h"
 #include "db/OperationContext.h"
+#include "jsonschema/JsonValidator.h"
 
 namespace CorvSchemaStore {
 class SchemaObject;
@@ -128,28 +129,25 @@ bool ValidateObjectValue(const SchemaPtr& schema, const std::shared_ptr<ConfigSt
                          const std::unordered_set<int>& options, std::vector<ErrorInfo>& errors,
                          bool quiet);
 
-// The validator's result for one value, computed at construction into a
-// document of its own.
+// The validator's records for one value, computed at construction: against
+// a schema used once, or against the compiled schema of a schema object.
 class ValidationResult {
  public:
   ValidationResult(const JsonValue& schema, const JsonValue& value,
                    const std::unordered_set<int>& options);
+  ValidationResult(const JsonValidator::CompiledSchema& schema, const JsonValue& value,
+                   const std::unordered_set<int>& options);
   ValidationResult(const ValidationResult&) = delete;
   ValidationResult& operator=(const ValidationResult&) = delete;
 
-  // The validator's records: an array of {"field", "error"}.
-  const JsonValue& Records() const { return document_; }
-  // Code 1082 unless the result is an array.
-  bool HasErrors() const;
+  bool HasErrors() const { return !records_.empty(); }
+
+  // Appends one record per validator record ("field" as location, "error"
+  // as message), logging each with code 1083 at priority 0 unless quiet.
+  void AppendTo(std::vector<ErrorInfo>& errors, bool quiet) const;
 
  private:
-  JsonAllocator allocator_;
-  JsonDocument document_;
+  JsonValidator::ErrorList records_;
 };
-
-// Appends one record per element of the validator's result ("field" as
-// location, "error" as message), logging each with code 1083 at priority 0
-// unless quiet. A result that is not an array of such records raises 1082.
-void ConvertValidationResult(const JsonValue& result, std::vector<ErrorInfo>& errors, bool quiet);
 
 }  // namespace CorvConfigStore

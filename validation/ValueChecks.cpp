@@ -53,8 +53,7 @@ bool ValidateObjectValue(const SchemaPtr& schema, const std::shared_ptr<ConfigSt
                          bool quiet) {
   const JsonValue& value = ValueOf(object);
   if (value.IsObject()) {
-    ValidationResult result(schema->GetSchemaDocument(), value, options);
-    ConvertValidationResult(result.Records(), errors, quiet);
+    ValidationResult(schema->GetCompiledSchema(), value, options).AppendTo(errors, quiet);
   } else {
     errors.emplace_back(
         "/", Format(ErrorMessageForId(CS_ERR_NOT_AN_OBJECT), "Expected JSON of type object."));
@@ -91,17 +90,21 @@ void ValidateCachedConfig(const SchemaPtr& schema,
 void ValidateCSO(const SchemaPtr& schema, const std::shared_ptr<ConfigStoreObject>& object,
                  std::vector<ErrorInfo>& errors) {
   const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
-  std::string path = "/" + id.component + "/" + id.group + "/" + id.key;
+  // An identity fault names the key by its path, made only then.
+  auto identityFault = [&](CSErrorCodes code) {
+    std::string path = "/" + id.component + "/" + id.group + "/" + id.key;
+    errors.emplace_back("/", Format(ErrorMessageForId(code), path.c_str()));
+  };
   if (!schema) {
-    errors.emplace_back("/", Format(ErrorMessageForId(CS_ERR_SCHEMA_NOT_FOUND), path.c_str()));
+    identityFault(CS_ERR_SCHEMA_NOT_FOUND);
     return;
   }
   if (schema->HasInstances() && id.instanceId.empty()) {
-    errors.emplace_back("/", Format(ErrorMessageForId(CS_ERR_NOT_SINGLETON), path.c_str()));
+    identityFault(CS_ERR_NOT_SINGLETON);
     return;
   }
   if (!schema->HasInstances() && !id.instanceId.empty()) {
-    errors.emplace_back("/", Format(ErrorMessageForId(CS_ERR_NOT_A_LIST), path.c_str()));
+    identityFault(CS_ERR_NOT_A_LIST);
     return;
   }
   const JsonValue& document = schema->GetSchemaDocument();
@@ -125,9 +128,9 @@ bool validateObject(const std::shared_ptr<ConfigStoreObject>& object, ACTION act
     return false;
   }
   if (action != ACTION_GET && action != ACTION_DELETE) {
-    ValidationResult result(schema->GetSchemaDocument(), ValueOf(object), kUserConfigOptions);
+    ValidationResult result(schema->GetCompiledSchema(), ValueOf(object), kUserConfigOptions);
     if (result.HasErrors()) {
-      ConvertValidationResult(result.Records(), errors, false);
+      result.AppendTo(errors, false);
       CSLogger::Log(0, "validate completed with errors");
       return false;
     }

@@ -3,9 +3,14 @@
 #include <corvconfigstore/Exceptions.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "core/Json.h"
+#include "jsonschema/CompiledSchema.h"
+#include "jsonschema/JsonValidator.h"
 #include "schema/SchemaStore.h"
 
 using CorvConfigStore::JsonDocument;
@@ -240,4 +245,32 @@ TEST(SchemaObjectTest, DocumentMustBeAnObject) {
     EXPECT_EQ(std::string(e.what()).rfind("Schema of c.g.k is not valid JSON: ", 0), 0u)
         << e.what();
   }
+}
+
+TEST(SchemaObjectTest, CompiledSchemaIsMadeOnceForEveryThread) {
+  auto schema = Make(kNics, "nics");
+  std::vector<const JsonValidator::CompiledSchema*> seen(4, nullptr);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&, t] { seen[t] = &schema->GetCompiledSchema(); });
+  for (auto& thread : threads) thread.join();
+  ASSERT_NE(seen[0], nullptr);
+  EXPECT_EQ(seen, std::vector<const JsonValidator::CompiledSchema*>(4, seen[0]));
+  EXPECT_EQ(&schema->GetCompiledSchema(), seen[0]);
+}
+
+TEST(SchemaObjectTest, CompiledSchemaIsTheNormalisedDocument) {
+  // An instance validates against the items, generated id declared.
+  auto schema = Make(R"({"type": "array", "items": {"type": "object", "properties": {
+      "size": {"type": "integer"}}}})");
+  JsonDocument value;
+  const char* text = R"({"cs_generated_id": 7, "size": "x"})";
+  ASSERT_TRUE(CorvConfigStore::ParseJson(text, std::strlen(text), value, nullptr));
+  JsonValidator::ErrorList errors;
+  JsonValidator::Validate(schema->GetCompiledSchema(), value, errors, {0, 8}, "");
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_EQ(errors[0].field, "/cs_generated_id");
+  EXPECT_EQ(errors[0].error, "expected type string, found number");
+  EXPECT_EQ(errors[1].field, "/size");
+  EXPECT_EQ(errors[1].error, "expected type integer, found string");
 }

@@ -98,4 +98,25 @@ TEST_F(ValidateCsoTest, RecordsAreAppendedToTheCallersListWithoutLogging) {
   EXPECT_FALSE(log.Contains("[1083]"));
 }
 
+TEST_F(ValidateCsoTest, ASchemaObjectGivesTheSameRecordsOnEveryCheck) {
+  // The first check compiles the schema object's schema; later checks reuse
+  // it and must find exactly the same.
+  auto schema = Schema("net", "dns");
+  auto object = Object(ConfigStoreObjectId("dns", "net", "corv"),
+                       R"({"domain": "example.lan.", "servers": [1], "color": 1})", schema);
+  for (int i = 0; i < 3; ++i) {
+    std::vector<ErrorInfo> errors;
+    ValidateCSO(schema, object, errors);
+    ASSERT_EQ(errors.size(), 4u) << i;
+    EXPECT_EQ(errors[0].location, "/");
+    EXPECT_EQ(errors[0].message, "missing required member \"mode\"");
+    EXPECT_EQ(errors[1].location, "/domain");
+    EXPECT_EQ(errors[1].message, "string of 12 characters is longer than maxLength 10");
+    EXPECT_EQ(errors[2].location, "/servers/0");
+    EXPECT_EQ(errors[2].message, "expected type string, found number");
+    EXPECT_EQ(errors[3].location, "/color");
+    EXPECT_EQ(errors[3].message, "unknown member \"color\"");
+  }
+}
+
 }  // namespace

@@ -1,0 +1,173 @@
+// Compiled schemas: one compiled schema validates any number of values, on
+// any number of threads, with exactly the records the same schema gives
+// when used once; a keyword named twice counts where it is first named.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "core/Json.h"
+#include "jsonschema/CompiledSchema.h"
+#include "jsonschema/JsonValidator.h"
+
+using namespace CorvConfigStore;
+
+namespace {
+
+using Records = std::vector<std::pair<std::string, std::string>>;
+
+JsonDocument Parse(const std::string& text) {
+  JsonDocument document;
+  std::string error;
+  if (!ParseJson(text.data(), text.size(), document, &error))
+    ADD_FAILURE() << "bad JSON in test: " << error << "\n" << text;
+  return document;
+}
+
+Records FromList(const JsonValidator::ErrorList& errors) {
+  Records records;
+  for (const auto& record : errors) records.emplace_back(record.field, record.error);
+  return records;
+}
+
+Records FromDocument(const JsonDocument& result) {
+  Records records;
+  for (const auto& record : result.GetArray())
+    records.emplace_back(record["field"].GetString(), record["error"].GetString());
+  return records;
+}
+
+Records CheckCompiled(const JsonValidator::CompiledSchema& schema, const JsonValue& value,
+                      const std::unordered_set<int>& options, const std::string& prefix = "") {
+  JsonValidator::ErrorList errors;
+  JsonValidator::Validate(schema, value, errors, options, prefix);
+  return FromList(errors);
+}
+
+// A key schema that uses every keyword the validator reads.
+const char* kSchema = R"({"type": "array", "vital": true, "items": {
+  "type": "object", "required": ["name", "mtu"], "additionalProperties": false,
+  "properties": {
+    "name": {"type": "string", "instanceId": true, "pattern": "^eth[0-9]+$"},
+    "mtu": {"type": "integer", "minimum": 68, "maximum": 9216, "multipleOf": 2},
+    "mode": {"enum": ["auto", "manual"]},
+    "kind": {"const": "nic"},
+    "label": {"type": ["string", "null"], "minLength": 2, "maxLength": 8, "readOnly": true},
+    "address": {"type": "string", "format": "ipv4"},
+    "tags": {"type": "array", "minItems": 1, "maxItems": 3, "uniqueItems": true,
+             "items": {"type": "string"}},
+    "limits": {"type": "object", "minProperties": 1, "maxProperties": 2, "cached": true,
+               "patternProperties": {"^max": {"type": "integer", "exclusiveMinimum": 0}}},
+    "speed": {"anyOf": [{"type": "integer"}, {"enum": ["fast"]}]},
+    "duplex": {"oneOf": [{"const": "full"}, {"type": "string", "maxLength": 4}]},
+    "vlan": {"allOf": [{"type": "integer"}, {"exclusiveMaximum": 4095}],
+             "not": {"const": 1}},
+    "owner": {"type": "string", "solutionUser": true}}}})";
+
+// Values that pass and values that break each rule, at several depths.
+const char* kValues[] = {
+    R"({"name": "eth0", "mtu": 1500})",
+    R"({"name": "wlan0", "mtu": 67, "mode": "off", "kind": "wifi", "label": "x",
+        "address": "10.0.0.256", "tags": ["a", "a", 1, "b"], "speed": "slow",
+        "duplex": "full", "vlan": 1, "limits": {}, "color": "red"})",
+    R"({"mtu": 1501.5, "label": null, "tags": [], "limits": {"maxA": 0, "maxB": 1, "c": 2},
+        "owner": "me", "vlan": 4095})",
+    R"([{"name": "eth1", "mtu": 9000}, {"name": "eth2"}, 7])",
+    R"("not an object")",
+};
+
+const std::unordered_set<int> kOptionSets[] = {
+    {0, 1, 7, 8}, {0, 1, 3, 7, 8}, {0, 1}, {0, 1, 3, 7}, {0, 1, 5}, {0, 1, 9}, {0, 1, 4, 8}};
+
+TEST(CompiledSchemaTest, GivesTheRecordsOfTheSchemaUsedOnceOnEveryCall) {
+  JsonDocument schema = Parse(kSchema);
+  JsonValidator::CompiledSchema compiled(schema);
+  int withRecords = 0;
+  for (const char* text : kValues) {
+    JsonDocument value = Parse(text);
+    for (const auto& options : kOptionSets) {
+      JsonDocument once;
+      JsonValidator::Validate(schema, value, once, options, "/corv/net/nics");
+      Records expected = FromDocument(once);
+      withRecords += !expected.empty();
+      EXPECT_EQ(CheckCompiled(compiled, value, options, "/corv/net/nics"), expected) << text;
+      // The second call finds the same, in the same order.
+      EXPECT_EQ(CheckCompiled(compiled, value, options, "/corv/net/nics"), expected) << text;
+    }
+  }
+  // The values break rules under most option sets.
+  EXPECT_GT(withRecords, 20);
+}
+
+TEST(CompiledSchemaTest, ReportsWhatEachRuleFinds) {
+  JsonDocument schema = Parse(kSchema);
+  JsonValidator::CompiledSchema compiled(schema);
+  JsonDocument value = Parse(kValues[1]);
+  EXPECT_EQ(CheckCompiled(compiled, value, {0, 1, 7, 8}),
+            (Records{{"/name", "string \"wlan0\" does not match pattern \"^eth[0-9]+$\""},
+                     {"/mtu", "value 67 is less than minimum 68"},
+                     {"/mtu", "value 67 is not a multiple of 2"},
+                     {"/mode", "value \"off\" is not one of the enum values [\"auto\",\"manual\"]"},
+                     {"/kind", "value \"wifi\" is not the const value \"nic\""},
+                     {"/label", "string of 1 characters is shorter than minLength 2"},
+                     {"/address", "string \"10.0.0.256\" does not match format ipv4"},
+                     {"/tags", "array of 4 items is longer than maxItems 3"},
+                     {"/tags/1", "item 1 equals item 0 (uniqueItems)"},
+                     {"/tags/2", "expected type string, found number"},
+                     {"/speed", "value does not match any schema of anyOf"},
+                     {"/duplex", "value matches more than one schema of oneOf (schemas 0 and 1)"},
+                     {"/vlan", "value matches the schema of not"},
+                     {"/limits", "object of 0 members has fewer than minProperties 1"},
+                     {"/color", "member \"color\" is not allowed by additionalProperties false"}}));
+}
+
+TEST(CompiledSchemaTest, AppendsToTheCallersRecords) {
+  JsonDocument schema = Parse(R"({"type": "string"})");
+  JsonDocument value = Parse("1");
+  JsonValidator::CompiledSchema compiled(schema);
+  JsonValidator::ErrorList errors{{"/earlier", "kept"}};
+  JsonValidator::Validate(compiled, value, errors, {0}, "");
+  EXPECT_EQ(FromList(errors),
+            (Records{{"/earlier", "kept"}, {"/", "expected type string, found number"}}));
+}
+
+TEST(CompiledSchemaTest, KeywordNamedTwiceCountsWhereFirstNamed) {
+  // The parser keeps both members; the first decides, malformed or not.
+  JsonDocument schema = Parse(R"({"maximum": 3, "maximum": 100, "minimum": "x", "minimum": 5,
+                                  "type": "integer", "type": "string"})");
+  JsonValidator::CompiledSchema compiled(schema);
+  JsonDocument four = Parse("4");
+  EXPECT_EQ(CheckCompiled(compiled, four, {0, 1}),
+            (Records{{"/", "value 4 is greater than maximum 3"}}));
+  JsonDocument one = Parse("1");
+  EXPECT_EQ(CheckCompiled(compiled, one, {0, 1}), Records{});
+  JsonDocument text = Parse("\"a\"");
+  EXPECT_EQ(CheckCompiled(compiled, text, {0, 1}),
+            (Records{{"/", "expected type integer, found string"}}));
+}
+
+TEST(CompiledSchemaTest, OneCompiledSchemaServesSeveralThreads) {
+  JsonDocument schema = Parse(kSchema);
+  JsonValidator::CompiledSchema compiled(schema);
+  JsonDocument good = Parse(kValues[0]);
+  JsonDocument bad = Parse(kValues[1]);
+  Records expected = CheckCompiled(compiled, bad, {0, 1, 7, 8});
+  ASSERT_FALSE(expected.empty());
+  std::vector<int> failures(4, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 200; ++i) {
+        if (!CheckCompiled(compiled, good, {0, 1, 7, 8}).empty()) ++failures[t];
+        if (CheckCompiled(compiled, bad, {0, 1, 7, 8}) != expected) ++failures[t];
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(failures, std::vector<int>(4, 0));
+}
+
+}  // namespace
