@@ -48,15 +48,15 @@ std::string Text(const JsonValue& value) {
 
 // what names the value in messages: the key, or one instance of it.
 void CheckValue(const SchemaPtr& schema, const JsonValue& value, const std::string& what) {
-  JsonDocument result;
-  JsonValidator::Validate(schema->GetSchemaDocument(), value, result, kDefaultsOptions, "");
-  if (!result.IsArray() || result.Empty()) return;
+  JsonValidator::ErrorList errors;
+  JsonValidator::Validate(schema->GetCompiledSchema(), value, errors, kDefaultsOptions, "");
+  if (errors.empty()) return;
   std::string message = "Invalid defaults of " + what + ":";
-  for (const auto& error : result.GetArray()) {
+  for (const JsonValidator::ErrorRecord& error : errors) {
     message += " ";
-    message += error.HasMember("field") && error["field"].IsString() ? Text(error["field"]) : "/";
+    message += error.field;
     message += ": ";
-    message += error.HasMember("error") && error["error"].IsString() ? Text(error["error"]) : "";
+    message += error.error;
     message += ";";
   }
   message.pop_back();
