@@ -6,18 +6,13 @@
 
 #include "core/Json.h"
 #include "core/ConfigStoreDocument.h"
+#include "support/ParseJsonText.h"
 
 using namespace CorvConfigStore;
 
 namespace {
 
-JsonDocument Parse(const std::string& text) {
-  JsonDocument document;
-  std::string error;
-  if (!ParseJson(text.data(), text.size(), document, &error))
-    ADD_FAILURE() << "bad JSON in test: " << error << "\n" << text;
-  return document;
-}
+using CorvTest::Parse;
 
 bool Equal(const std::string& a, const std::string& b, const char* schema = nullptr) {
   JsonDocument left = Parse(a), right = Parse(b);

@@ -12,6 +12,7 @@
 #include "core/Json.h"
 #include "jsonschema/CompiledSchema.h"
 #include "jsonschema/JsonValidator.h"
+#include "support/ParseJsonText.h"
 
 using namespace CorvConfigStore;
 
@@ -19,13 +20,7 @@ namespace {
 
 using Records = std::vector<std::pair<std::string, std::string>>;
 
-JsonDocument Parse(const std::string& text) {
-  JsonDocument document;
-  std::string error;
-  if (!ParseJson(text.data(), text.size(), document, &error))
-    ADD_FAILURE() << "bad JSON in test: " << error << "\n" << text;
-  return document;
-}
+using CorvTest::Parse;
 
 Records FromList(const JsonValidator::ErrorList& errors) {
   Records records;

@@ -11,6 +11,7 @@
 
 #include "core/Json.h"
 #include "jsonschema/JsonValidator.h"
+#include "support/ParseJsonText.h"
 
 using namespace CorvConfigStore;
 
@@ -18,13 +19,7 @@ namespace {
 
 using Records = std::vector<std::pair<std::string, std::string>>;
 
-JsonDocument Parse(const std::string& text) {
-  JsonDocument document;
-  std::string error;
-  if (!ParseJson(text.data(), text.size(), document, &error))
-    ADD_FAILURE() << "bad JSON in test: " << error << "\n" << text;
-  return document;
-}
+using CorvTest::Parse;
 
 Records ToRecords(const JsonDocument& result) {
   Records records;

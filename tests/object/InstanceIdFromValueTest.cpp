@@ -5,6 +5,7 @@
 #include "core/Throw.h"
 #include "object/InstanceIdFromValue.h"
 #include "schema/SchemaStore.h"
+#include "support/ParseJsonText.h"
 
 using CorvConfigStore::ConfigStoreException;
 using CorvConfigStore::GetInstanceIdFromValue;
@@ -12,12 +13,7 @@ using CorvConfigStore::JsonDocument;
 
 namespace {
 
-JsonDocument Parse(const std::string& text) {
-  JsonDocument document;
-  std::string error;
-  EXPECT_TRUE(CorvConfigStore::ParseJson(text.data(), text.size(), document, &error)) << error;
-  return document;
-}
+using CorvTest::Parse;
 
 const char* kNamed = R"({"type": "array", "items": {"type": "object", "properties": {
     "name": {"type": "string", "instanceId": true}, "mtu": {"type": "integer"}}}})";

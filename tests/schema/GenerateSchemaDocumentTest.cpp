@@ -8,6 +8,7 @@
 #include "core/Json.h"
 #include "jsonschema/JsonValidator.h"
 #include "schema/SchemaStore.h"
+#include "support/ParseJsonText.h"
 #include "support/StoreEnvironment.h"
 
 using CorvConfigStore::JsonDocument;
@@ -31,12 +32,7 @@ const char* kSchemas = R"({"corv": {
       "to": {"type": "string"}}}}},
   "time": {"ntp": {"type": "object"}}}})";
 
-JsonDocument Parse(const std::string& text) {
-  JsonDocument document;
-  std::string error;
-  EXPECT_TRUE(CorvConfigStore::ParseJson(text.data(), text.size(), document, &error)) << error;
-  return document;
-}
+using CorvTest::Parse;
 
 // The validator's records for value against schema, as "field: error" lines.
 std::vector<std::string> Records(const JsonDocument& schema, const JsonDocument& value) {
