@@ -111,11 +111,11 @@ class RowFiller {
 };
 
 // Runs statement and fills, from each result row, the row next gives. A
-// failure throws ConfigStoreException 2000 with message and the database's
-// reason.
-template <typename Next>
+// failure throws ConfigStoreException 2000 with the message failed makes
+// (only then) and the database's reason.
+template <typename Next, typename Failed>
 void Collect(const Connection& conn, const DBStore::SqlStatement& statement,
-             const DBStore::SqlParams& params, const std::string& message, Next next) {
+             const DBStore::SqlParams& params, Failed failed, Next next) {
   RowFiller filler;
   if (DBStore::ExecuteStmt(
           conn, statement, params,
@@ -124,7 +124,54 @@ void Collect(const Connection& conn, const DBStore::SqlStatement& statement,
             return 0;
           },
           kStmtTimeLimit) != DBStore::kSuccess)
-    DBStore::ThrowFailure(conn, message);
+    DBStore::ThrowFailure(conn, failed());
+}
+
+// The rows of statement folded into one, as ReadRow; the failure message is
+// made by failed, only when the read fails.
+template <typename Failed>
+ConfigRow FoldRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                   const DBStore::SqlParams& params, Failed failed) {
+  ConfigRow row;
+  Collect(conn, statement, params, failed, [&row]() -> ConfigRow& { return row; });
+  return row;
+}
+
+// One row per result row, as ReadRows; the message as in FoldRows.
+template <typename Failed>
+ConfigRows ListRows(const Connection& conn, const DBStore::SqlStatement& statement,
+                    const DBStore::SqlParams& params, Failed failed) {
+  ConfigRows rows;
+  Collect(conn, statement, params, failed, [&rows]() -> ConfigRow& {
+    rows.emplace_back();
+    return rows.back();
+  });
+  return rows;
+}
+
+// Each result row handed to visit, as ForEachRow; the message as in
+// FoldRows.
+template <typename Failed>
+void VisitRows(const Connection& conn, const DBStore::SqlStatement& statement,
+               const DBStore::SqlParams& params, Failed failed,
+               const std::function<void(const ConfigRow&)>& visit) {
+  RowFiller filler;
+  ConfigRow row;
+  if (DBStore::ExecuteStmt(
+          conn, statement, params,
+          [&](int count, char** values, char** names) {
+            row = ConfigRow();
+            filler.Fill(row, count, values, names);
+            visit(row);
+            return 0;
+          },
+          kStmtTimeLimit) != DBStore::kSuccess)
+    DBStore::ThrowFailure(conn, failed());
+}
+
+// The failure of a read of every row of id's object, made only on failure.
+auto ReadInstancesFailed(const ConfigStoreObjectId& id) {
+  return [&id] { return "Read Instances failed for: " + id.toString(); };
 }
 
 }  // namespace
@@ -158,36 +205,18 @@ void ExecuteWrite(const Connection& conn, const DBStore::SqlStatement& statement
 
 ConfigRow ReadRow(const Connection& conn, const DBStore::SqlStatement& statement,
                   const DBStore::SqlParams& params, const std::string& message) {
-  ConfigRow row;
-  Collect(conn, statement, params, message, [&row]() -> ConfigRow& { return row; });
-  return row;
+  return FoldRows(conn, statement, params, [&message] { return message; });
 }
 
 ConfigRows ReadRows(const Connection& conn, const DBStore::SqlStatement& statement,
                     const DBStore::SqlParams& params, const std::string& message) {
-  ConfigRows rows;
-  Collect(conn, statement, params, message, [&rows]() -> ConfigRow& {
-    rows.emplace_back();
-    return rows.back();
-  });
-  return rows;
+  return ListRows(conn, statement, params, [&message] { return message; });
 }
 
 void ForEachRow(const Connection& conn, const DBStore::SqlStatement& statement,
                 const DBStore::SqlParams& params, const std::string& message,
                 const std::function<void(const ConfigRow&)>& visit) {
-  RowFiller filler;
-  ConfigRow row;
-  if (DBStore::ExecuteStmt(
-          conn, statement, params,
-          [&](int count, char** values, char** names) {
-            row = ConfigRow();
-            filler.Fill(row, count, values, names);
-            visit(row);
-            return 0;
-          },
-          kStmtTimeLimit) != DBStore::kSuccess)
-    DBStore::ThrowFailure(conn, message);
+  VisitRows(conn, statement, params, [&message] { return message; }, visit);
 }
 
 ConfigRows CollectRows(const Connection& conn, const DBStore::SqlStatement& statement,
@@ -197,26 +226,19 @@ ConfigRows CollectRows(const Connection& conn, const DBStore::SqlStatement& stat
 
 ConfigRow ReadObjectRow(const Connection& conn, const DBStore::SqlStatement& statement,
                         const ConfigStoreObjectId& id) {
-  return ReadRow(conn, statement, InstanceParams(id), "Get failed: " + id.toString());
+  return FoldRows(conn, statement, InstanceParams(id),
+                  [&id] { return "Get failed: " + id.toString(); });
 }
-
-namespace {
-
-std::string ReadInstancesFailed(const ConfigStoreObjectId& id) {
-  return "Read Instances failed for: " + id.toString();
-}
-
-}  // namespace
 
 ConfigRows ReadInstanceRows(const Connection& conn, const DBStore::SqlStatement& statement,
                             const ConfigStoreObjectId& id) {
-  return ReadRows(conn, statement, KeyParams(id), ReadInstancesFailed(id));
+  return ListRows(conn, statement, KeyParams(id), ReadInstancesFailed(id));
 }
 
 void ForEachInstanceRow(const Connection& conn, const DBStore::SqlStatement& statement,
                         const ConfigStoreObjectId& id,
                         const std::function<void(const ConfigRow&)>& visit) {
-  ForEachRow(conn, statement, KeyParams(id), ReadInstancesFailed(id), visit);
+  VisitRows(conn, statement, KeyParams(id), ReadInstancesFailed(id), visit);
 }
 
 ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
