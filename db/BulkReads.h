@@ -40,6 +40,12 @@ ConfigRows GetUserConfigContents(const Connection& conn);
 // 0, else the desired value.
 ConfigRows GetDesiredUserConfigContents(const Connection& conn);
 
+// Rows holding a value in any layer (the first of user, desired,
+// auto-configuration, vital and cached that is set, as the kValue layer).
+ConfigRows GetStoredRowContents(const Connection& conn);
+// Every next-boot row (key, identifier, action and value) in key order.
+ConfigRows GetNextBootContents(const Connection& conn);
+
 // Default rows (value, identifier, version) of id's object, or of the one
 // instance id names.
 ConfigRows GetDefaultUserConfigMapList(const ConfigStoreObjectId& id, const Connection& conn);

@@ -29,6 +29,7 @@ enum class Field {
   kModifiedTime,
   kRevision,
   kSuccess,
+  kBootAction,
   kLayer,
 };
 
@@ -48,6 +49,7 @@ constexpr ColumnName kColumns[] = {
     {"ModifiedTime", Field::kModifiedTime, Layer::kNone},
     {"Revision", Field::kRevision, Layer::kNone},
     {"Success", Field::kSuccess, Layer::kNone},
+    {"BootAction", Field::kBootAction, Layer::kNone},
     {"UserValue", Field::kLayer, Layer::kUser},
     {"DesiredValue", Field::kLayer, Layer::kDesired},
     {"AutoConfValue", Field::kLayer, Layer::kAutoConf},
@@ -86,6 +88,7 @@ class RowFiller {
           row.revision = static_cast<int>(std::strtol(value, nullptr, 10));
           break;
         case Field::kSuccess: row.confirmed = std::strcmp(value, "1") == 0; break;
+        case Field::kBootAction: row.bootAction = value; break;
         case Field::kLayer: row.layers[static_cast<size_t>(column.layer)] = value; break;
       }
     }

@@ -49,6 +49,8 @@ struct ConfigRow {
   int revision = kDefaultRevision;
   // Success is 1: the user value is confirmed.
   bool confirmed = false;
+  // A next-boot row's BootAction: "SET", "DELETE" or "DELETE_INSTANCE".
+  std::string bootAction;
   std::array<std::optional<std::string>, 7> layers;
 
   const std::optional<std::string>& Get(Layer layer) const {

@@ -65,6 +65,10 @@ const char kReadDefaultRow[] = READ_DEFAULT_ROWS " AND Identifier = ?";
 
 const char kReadStoreContents[] = STORE_CONTENTS_COLUMNS "%1$s IS NOT NULL";
 const char kReadConfirmedStoreContents[] = STORE_CONTENTS_COLUMNS "Success=1 AND %1$s IS NOT NULL";
+const char kAnyLayerValue[] = "COALESCE(UserValue, DesiredValue, AutoConfValue, VitalValue, CachedValue)";
+const char kReadNextBootRows[] =
+    "SELECT Component, ConfigGroup, Name, Identifier, BootAction, Value FROM DesiredUserConfig "
+    "ORDER BY Component, ConfigGroup, Name, Identifier";
 
 const char kWriteUserLayer[] =
     "INSERT OR REPLACE INTO Config ( Identifier, Name, ConfigGroup, Component, Version, "

@@ -55,6 +55,11 @@ extern const char kReadDefaultRow[];
 // Hold "%1$s", replaced by the column (or expression) to list.
 extern const char kReadStoreContents[];
 extern const char kReadConfirmedStoreContents[];
+// The expression for kReadStoreContents that lists every row holding a value
+// in any layer.
+extern const char kAnyLayerValue[];
+// Every next-boot row with its action, for overviews of what is staged.
+extern const char kReadNextBootRows[];
 
 // Insert-or-replace writers of Config rows.
 extern const char kWriteUserLayer[];

@@ -33,6 +33,14 @@ ConfigRows GetDesiredUserConfigContents(const Connection& conn) {
                                     conn, false);
 }
 
+ConfigRows GetStoredRowContents(const Connection& conn) {
+  return GetStoreContentsInternalST(Sql::kAnyLayerValue, conn, true);
+}
+
+ConfigRows GetNextBootContents(const Connection& conn) {
+  return CollectRows(conn, DBStore::SqlStatement(Sql::kReadNextBootRows), {});
+}
+
 ConfigRows GetDefaultUserConfigMapList(const ConfigStoreObjectId& id, const Connection& conn) {
   if (id.instanceId.empty())
     return CollectRows(conn, DBStore::SqlStatement(Sql::kReadDefaultRows), KeyParams(id));

@@ -17,6 +17,7 @@
 #include <corvconfigstore/ObjectId.h>
 #include <corvconfigstore/Provisioning.h>
 #include <corvconfigstore/SchemaList.h>
+#include <corvconfigstore/StoreContents.h>
 #include <corvconfigstore/StoreObject.h>
 #include <corvconfigstore/Types.h>
 #include <corvconfigstore/UpgradeContext.h>

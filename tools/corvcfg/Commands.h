@@ -29,6 +29,8 @@ void AddWriteCommands(CLI::App& app);
 void AddValidateCommand(CLI::App& app);
 // `corvcfg export`, `import`.
 void AddDocumentCommands(CLI::App& app);
+// `corvcfg keys`, `pending`, `diff`: overviews of the store.
+void AddOverviewCommands(CLI::App& app);
 // `corvcfg next-boot ...`.
 void AddNextBootCommands(CLI::App& app);
 // `corvcfg boot ...` and `corvcfg kernel-options ...`.

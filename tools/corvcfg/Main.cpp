@@ -70,6 +70,7 @@ int main(int argc, char** argv) {
   AddWriteCommands(app);
   AddValidateCommand(app);
   AddDocumentCommands(app);
+  AddOverviewCommands(app);
   AddNextBootCommands(app);
   AddBootCommands(app);
   AddKvCommands(app);

@@ -27,7 +27,7 @@ _corvcfg() {
   prev=${COMP_WORDS[COMP_CWORD - 1]}
 
   local global="--db --schema-db --pretty --compact -v --verbose --help -h"
-  local commands="get ids revisions set update delete validate export import next-boot boot kernel-options kv schema defaults store"
+  local commands="get ids revisions set update delete validate export import keys pending diff next-boot boot kernel-options kv schema defaults store"
 
   # The command path typed so far: "next-boot set", "kv", ...
   local path="" word i skip=0
@@ -76,6 +76,8 @@ _corvcfg() {
     validate) options="--id --document --json --file"; names=1 ;;
     export) options="--output -o"; names=1 ;;
     import) files=1 ;;
+    keys | pending) options="--json --table"; names=1 ;;
+    diff) options="--id --json --table"; names=1 ;;
     next-boot) subcommands="get set delete reset" ;;
     "next-boot get") options="--id"; names=1 ;;
     "next-boot set") options="--id --json --file"; names=1 ;;
