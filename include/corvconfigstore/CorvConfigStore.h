@@ -1,6 +1,7 @@
 // The whole public API of the configuration store client library.
 #pragma once
 
+#include <corvconfigstore/BulkReads.h>
 #include <corvconfigstore/ConfigStore.h>
 #include <corvconfigstore/ConfigStoreObject.h>
 #include <corvconfigstore/DriftObject.h>

@@ -28,6 +28,32 @@ TEST_F(OverviewCommandsTest, KeysListsWhatHoldsDataWithCounts) {
   EXPECT_EQ(Ok({"keys", "corv"}), "[]\n");
 }
 
+TEST_F(OverviewCommandsTest, KeysValuesReadsAComponentOrGroupInOnePass) {
+  Ok({"set", "lab.net.dns", "--json", R"({"ndots": 2})"});
+  Ok({"set", "lab.net.nics", "--json", R"([{"name": "eth1"}, {"name": "eth0"}])"});
+  EXPECT_EQ(Ok({"keys", "lab", "--values"}),
+            R"({"lab":{"net":{"dns":{"ndots":2},"nics":[{"name":"eth0"},{"name":"eth1"}]}}})"
+            "\n");
+  EXPECT_EQ(Ok({"keys", "lab.boot", "--values"}), R"({"lab":{}})" "\n");
+  Outcome noName = Corvcfg({"keys", "--values"});
+  EXPECT_EQ(noName.status, 2);
+  EXPECT_NE(noName.err.find("--values needs a component or group NAME"), std::string::npos)
+      << noName.err;
+  Outcome both = Corvcfg({"keys", "lab", "--values", "--shared"});
+  EXPECT_EQ(both.status, 2);
+}
+
+TEST_F(OverviewCommandsTest, KeysSharedPrintsWhatIsSharedWithASmartnic) {
+  EXPECT_EQ(Ok({"keys", "--shared"}), "{}\n");
+  Ok({"schema", "load",
+      dir_.Write("shared.json", R"({"nic": {"fw": {"policy": {"type": "object",
+          "valueType": "corv-shared", "properties": {"mode": {"type": "string"}}}}}})")});
+  Ok({"set", "nic.fw.policy", "--json", R"({"mode": "strict"})"});
+  EXPECT_EQ(Ok({"keys", "--shared"}), R"({"nic":{"fw":{"policy":{"mode":"strict"}}}})" "\n");
+  Outcome named = Corvcfg({"keys", "nic", "--shared"});
+  EXPECT_EQ(named.status, 2);
+}
+
 TEST_F(OverviewCommandsTest, KeysPrintsATableAtATerminal) {
   Ok({"set", "lab.net.dns", "--json", R"({"ndots": 2})"});
   RunRequest request;

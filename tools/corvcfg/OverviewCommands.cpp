@@ -2,6 +2,7 @@
 // store for an administrator: which keys hold data, what the next boot
 // changes, and how the layers of one key differ. JSON for programs, a table
 // at a terminal.
+#include <corvconfigstore/BulkReads.h>
 #include <corvconfigstore/ConfigStore.h>
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/StoreContents.h>
@@ -86,9 +87,59 @@ void Scope(const Target& target, std::string& component, std::string& group) {
   group = name.group;
 }
 
-void RunKeys(const Target& target, const Format& format) {
+// The keys' values as a document nested component, group, key: every
+// stored object of the scope in one read, or what is shared with a SmartNIC.
+void PrintKeyValues(const std::string& component, const std::string& group, bool shared) {
+  if (shared) {
+    if (!component.empty()) throw CLI::ValidationError("--shared takes no NAME");
+    PrintJson(CorvConfigStore::GetSharedConfigDocument());
+    return;
+  }
+  if (component.empty()) throw CLI::ValidationError("--values needs a component or group NAME");
+  // Objects come ordered by group, key and instance id; a key's instances
+  // are an array, as in an export.
+  std::map<std::string, std::map<std::string, std::vector<ObjectPtr>>> keys;
+  for (const ObjectPtr& object : CorvConfigStore::GetBulkConfig(component, group)) {
+    const auto& id = object->GetConfigStoreObjectId();
+    keys[id.group][id.key].push_back(object);
+  }
+  JsonBuilder out;
+  out->StartObject();
+  out.Key(component);
+  out->StartObject();
+  for (const auto& groupKeys : keys) {
+    out.Key(groupKeys.first);
+    out->StartObject();
+    for (const auto& key : groupKeys.second) {
+      out.Key(key.first);
+      const bool instances = !key.second.front()->GetConfigStoreObjectId().instanceId.empty();
+      if (instances) out->StartArray();
+      for (const ObjectPtr& object : key.second) out.Raw(object->GetData());
+      if (instances) out->EndArray();
+    }
+    out->EndObject();
+  }
+  out->EndObject();
+  out->EndObject();
+  PrintJson(out.Text());
+}
+
+struct KeysOptions {
+  std::shared_ptr<Target> target;
+  Format format;
+  CLI::Option* values = nullptr;
+  CLI::Option* shared = nullptr;
+};
+
+void RunKeys(const KeysOptions& options) {
+  const Target& target = *options.target;
+  const Format& format = options.format;
   std::string component, group;
   Scope(target, component, group);
+  if (options.values->count() > 0 || options.shared->count() > 0) {
+    PrintKeyValues(component, group, options.shared->count() > 0);
+    return;
+  }
   std::vector<CorvConfigStore::StoredKey> keys = CorvConfigStore::ListStoredKeys(component, group);
   if (format.Table()) {
     std::vector<std::vector<std::string>> rows{{"KEY", "INSTANCES", "DEFAULTS"}};
@@ -284,9 +335,19 @@ void RunDiff(const Target& target, const Format& format) {
 void AddOverviewCommands(CLI::App& app) {
   CLI::App* keys = app.add_subcommand(
       "keys", "List the keys that hold data, with their stored instances and shipped defaults");
-  auto keysTarget = AddTarget(keys, kScopes | kNoId | kOptionalName);
-  Format keysFormat = AddFormat(keys);
-  keys->callback([keysTarget, keysFormat] { RunKeys(*keysTarget, keysFormat); });
+  auto keysOptions = std::make_shared<KeysOptions>();
+  keysOptions->target = AddTarget(keys, kScopes | kNoId | kOptionalName);
+  keysOptions->format = AddFormat(keys);
+  keysOptions->values = keys->add_flag(
+      "--values",
+      "Print the stored value of every key of the component or group instead, read in one pass, "
+      "as a document nested component, group, key");
+  keysOptions->shared = keys->add_flag(
+      "--shared",
+      "Print the configuration shared with a SmartNIC instead (keys whose schema has the value "
+      "type corv-shared), each value as the next boot will hold it, as a document");
+  keysOptions->values->excludes(keysOptions->shared);
+  keys->callback([keysOptions] { RunKeys(*keysOptions); });
 
   CLI::App* pending = app.add_subcommand(
       "pending",

@@ -76,7 +76,8 @@ _corvcfg() {
     validate) options="--id --document --json --file"; names=1 ;;
     export) options="--output -o"; names=1 ;;
     import) files=1 ;;
-    keys | pending) options="--json --table"; names=1 ;;
+    keys) options="--json --table --values --shared"; names=1 ;;
+    pending) options="--json --table"; names=1 ;;
     diff) options="--id --json --table"; names=1 ;;
     next-boot) subcommands="get set delete reset" ;;
     "next-boot get") options="--id"; names=1 ;;
