@@ -21,7 +21,6 @@ class StoreOperation {
 
   const char* Name() const { return name_; }
   const ConfigStoreObjectId& Id() const { return id_; }
-  USERDATA_CONTEXT Caller() const { return context_; }
   const OperationContext& Context() const { return op_; }
   const SchemaPtr& Schema() const { return schema_; }
 
