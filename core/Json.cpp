@@ -90,19 +90,36 @@ std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
   rapidjson::Reader reader;
   DepthLimitedHandler handler(document);
+  // The reader takes a NUL byte for the end of the text, so whatever
+  // follows a NUL after the value would pass unseen: it is refused here,
+  // as any other text after the value.
+  size_t end = length;
   auto generate = [&](JsonDocument&) {
     rapidjson::MemoryStream stream(text, length);
-    return !reader.Parse<rapidjson::kParseIterativeFlag>(stream, handler).IsError();
+    // Text that is not UTF-8 is refused here, so no document holds bytes
+    // that would make the text written from it invalid JSON.
+    constexpr unsigned kFlags =
+        rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+    if (reader.Parse<kFlags>(stream, handler).IsError()) return false;
+    end = stream.Tell();
+    return end == length;
   };
   document.SetNull();
   document.Populate(generate);
-  if (!reader.HasParseError()) return true;
+  if (!reader.HasParseError() && end == length) return true;
   document.SetNull();
   if (error != nullptr) {
-    std::string reason = handler.TooDeep()
-                             ? "nesting deeper than " + std::to_string(kMaxJsonDepth) + " levels"
-                             : rapidjson::GetParseError_En(reader.GetParseErrorCode());
-    *error = reason + " at offset " + std::to_string(reader.GetErrorOffset());
+    std::string reason;
+    size_t offset = reader.GetErrorOffset();
+    if (!reader.HasParseError()) {
+      reason = rapidjson::GetParseError_En(rapidjson::kParseErrorDocumentRootNotSingular);
+      offset = end;
+    } else if (handler.TooDeep()) {
+      reason = "nesting deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+    } else {
+      reason = rapidjson::GetParseError_En(reader.GetParseErrorCode());
+    }
+    *error = reason + " at offset " + std::to_string(offset);
   }
   return false;
 }

@@ -9,9 +9,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace CorvTest {
 
@@ -43,7 +48,7 @@ class ScopedWorkingDirectory {
 // so a client's connect and write complete without a second thread.
 class UnixListener {
  public:
-  explicit UnixListener(const std::string& path) : path_(path) {
+  explicit UnixListener(const std::string& path, int backlog = 8) : path_(path) {
     fd_ = socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address;
     std::memset(&address, 0, sizeof(address));
@@ -51,7 +56,7 @@ class UnixListener {
     if (fd_ < 0 || path.size() >= sizeof(address.sun_path)) std::abort();
     std::memcpy(address.sun_path, path.data(), path.size());
     if (bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-        listen(fd_, 8) != 0)
+        listen(fd_, backlog) != 0)
       std::abort();
   }
   ~UnixListener() {
@@ -74,9 +79,12 @@ class UnixListener {
   }
 
   // The next connection, waiting at most kWaitMs; -1 when none came.
-  int Accept() const {
+  int Accept() const { return AcceptWithin(kWaitMs); }
+
+  // The next connection, waiting at most ms milliseconds; -1 when none came.
+  int AcceptWithin(int ms) const {
     pollfd entry{fd_, POLLIN, 0};
-    if (poll(&entry, 1, kWaitMs) != 1) return -1;
+    if (poll(&entry, 1, ms) != 1) return -1;
     return accept(fd_, nullptr, nullptr);
   }
 
@@ -108,6 +116,66 @@ class UnixListener {
  private:
   std::string path_;
   int fd_;
+};
+
+// Connects to the listener at path until its backlog is full, as a daemon
+// that stopped accepting leaves it. Returns the connected sockets, which
+// keep the backlog full until they are closed; empty when the backlog never
+// filled.
+inline std::vector<int> FillBacklog(const std::string& path) {
+  std::vector<int> sockets;
+  sockaddr_un address;
+  std::memset(&address, 0, sizeof(address));
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.data(), path.size());
+  for (int i = 0; i < 1000; ++i) {
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    if (fd < 0) std::abort();
+    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+      close(fd);
+      if (errno == EAGAIN) return sockets;
+      break;
+    }
+    sockets.push_back(fd);
+  }
+  for (int fd : sockets) close(fd);
+  return {};
+}
+
+// A daemon that accepts every connection and never reads from it: each
+// connection stays open, unread, until the object goes.
+class SilentDaemon {
+ public:
+  explicit SilentDaemon(const std::string& path) : listener_(path) {
+    accepter_ = std::thread([this] {
+      while (!stop_) {
+        int fd = listener_.AcceptWithin(10);
+        if (fd < 0) continue;
+        std::lock_guard<std::mutex> lock(mutex_);
+        accepted_.push_back(fd);
+      }
+    });
+  }
+  ~SilentDaemon() {
+    stop_ = true;
+    accepter_.join();
+    for (int fd : accepted_) close(fd);
+  }
+  SilentDaemon(const SilentDaemon&) = delete;
+  SilentDaemon& operator=(const SilentDaemon&) = delete;
+
+  // How many connections it has accepted so far.
+  size_t Accepted() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return accepted_.size();
+  }
+
+ private:
+  UnixListener listener_;
+  std::atomic<bool> stop_{false};
+  std::mutex mutex_;
+  std::vector<int> accepted_;
+  std::thread accepter_;
 };
 
 // The descriptor number the next open, socket or dup will get.

@@ -304,3 +304,91 @@ TEST_F(UdsClientTest, DisconnectWithoutConnectDoesNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+long MillisecondsSince(Clock::time_point start) {
+  return static_cast<long>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+}
+
+// Scheduling slack allowed on top of a time limit before a wait counts as
+// unbounded.
+constexpr long kSlackMs = 150;
+
+TEST_F(UdsClientTest, FullBacklogFailsToConnectAtTheTimeLimit) {
+  UnixListener listener("endpoint", 0);
+  std::vector<int> fillers = CorvTest::FillBacklog("endpoint");
+  ASSERT_FALSE(fillers.empty());
+  UdsClient client("endpoint", std::chrono::milliseconds(100));
+  int socketFd = NextDescriptor();
+  Clock::time_point start = Clock::now();
+  EXPECT_EQ(ErrorOf([&] { client.Connect(); }),
+            "Failed to connect socket: Resource temporarily unavailable");
+  long elapsed = MillisecondsSince(start);
+  // It waited for room, but not beyond the limit.
+  EXPECT_GE(elapsed, 90);
+  EXPECT_LT(elapsed, 100 + kSlackMs);
+  EXPECT_FALSE(IsOpenDescriptor(socketFd));
+  for (int fd : fillers) close(fd);
+}
+
+TEST_F(UdsClientTest, RoomMadeInTheBacklogWithinTheLimitLetsTheConnectThrough) {
+  UnixListener listener("endpoint", 0);
+  std::vector<int> fillers = CorvTest::FillBacklog("endpoint");
+  ASSERT_FALSE(fillers.empty());
+  std::thread daemon([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    int connection = listener.Accept();
+    if (connection >= 0) close(connection);
+  });
+  UdsClient client("endpoint", std::chrono::milliseconds(2000));
+  Clock::time_point start = Clock::now();
+  EXPECT_EQ(ErrorOf([&] { client.Connect(); }), "(no error)");
+  EXPECT_LT(MillisecondsSince(start), 1000);
+  daemon.join();
+  for (int fd : fillers) close(fd);
+}
+
+TEST_F(UdsClientTest, PeerThatNeverReadsStopsTheSendAtTheTimeLimit) {
+  // More than the socket buffers hold: the send blocks once they are full,
+  // and the limit ends it with what went through.
+  UnixListener listener("endpoint");
+  UdsClient client("endpoint", std::chrono::milliseconds(100));
+  client.Connect();
+  Clock::time_point start = Clock::now();
+  std::string error = ErrorOf([&] { client.Send(std::string(16 * 1024 * 1024, 'x')); });
+  EXPECT_LT(MillisecondsSince(start), 100 + kSlackMs);
+  EXPECT_EQ(error.rfind("Partial write: ", 0), 0u) << error;
+}
+
+TEST_F(UdsClientTest, TheLimitCoversConnectAndSendTogether) {
+  UnixListener listener("endpoint");
+  UdsClient client("endpoint", std::chrono::milliseconds(50));
+  client.Connect();
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  // Nothing of the limit is left: the send takes what the buffers hold at
+  // once and waits no further.
+  Clock::time_point start = Clock::now();
+  std::string error = ErrorOf([&] { client.Send(std::string(16 * 1024 * 1024, 'x')); });
+  EXPECT_LT(MillisecondsSince(start), 40);
+  EXPECT_EQ(error.rfind("Partial write: ", 0), 0u) << error;
+}
+
+TEST_F(UdsClientTest, ANotificationSizedSendToAPeerThatNeverReadsDoesNotWait) {
+  CorvTest::SilentDaemon daemon("endpoint");
+  UdsClient client("endpoint");
+  Clock::time_point start = Clock::now();
+  client.Connect();
+  client.Send(std::string(4096, 'x'));
+  EXPECT_LT(MillisecondsSince(start), 50);
+}
+
+TEST(NotificationTimeLimitTest, IsAFewHundredMilliseconds) {
+  EXPECT_GT(kNotificationTimeLimit.count(), 0);
+  EXPECT_LE(kNotificationTimeLimit.count(), 500);
+}
+
+}  // namespace

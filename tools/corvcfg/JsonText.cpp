@@ -1,6 +1,8 @@
 // JSON text in the program.
 #include "JsonText.h"
 
+#include <corvconfigstore/ErrorCodes.h>
+#include <corvconfigstore/Exceptions.h>
 #include <corvconfigstore/StoreObject.h>
 
 void ParseCheckedJson(const std::string& text, rapidjson::Document& document) {
@@ -8,6 +10,16 @@ void ParseCheckedJson(const std::string& text, rapidjson::Document& document) {
   // for text that is not exactly one JSON value within the nesting limit.
   CorvConfigStore::StoreObject probe(CorvConfigStore::ConfigStoreObjectId("", "", ""));
   probe.SetData(text.c_str());
+  // SetData saw the text up to its first NUL byte; one after a whole value
+  // hides the rest, which is refused as any other text after the value.
+  const size_t nul = text.find('\0');
+  if (nul != std::string::npos) {
+    const std::string message =
+        "Invalid JSON text: The document root must not be followed by other values. at offset " +
+        std::to_string(nul);
+    throw CorvConfigStore::ConfigStoreException(CorvConfigStore::CS_ERR_JSON_PARSE,
+                                                message.c_str());
+  }
   document.Parse<rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
 }
 
