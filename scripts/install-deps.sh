@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  g++ cmake make pkg-config
+  g++ cmake make pkg-config dpkg-dev help2man man-db
   rapidjson-dev libsqlite3-dev sqlite3 uuid-dev libpcre2-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev json-schema-test-suite
 )
