@@ -20,7 +20,7 @@ const ConfigStoreObjectId kDns = Id("dns", "net");
 
 // Scheduling slack allowed on top of the time limit before a write counts
 // as held up beyond it.
-constexpr long kSlackMs = 150;
+constexpr long kSlackMs = 400;
 const long kLimitMs = static_cast<long>(kNotificationTimeLimit.count());
 
 long MillisecondsSince(Clock::time_point start) {
