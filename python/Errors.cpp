@@ -98,10 +98,11 @@ void BindErrors(py::module_& module) {
                                 "A value or a request the store's rules or schemas refuse; "
                                 ".errors lists one ErrorRecord per fault.",
                                 PyExc_ValueError);
-  invalidArgumentError =
-      NewSubclass(module, "InvalidArgumentError", "An argument the store refuses.", PyExc_ValueError);
+  invalidArgumentError = NewSubclass(module, "InvalidArgumentError",
+                                     "An argument the store refuses.", PyExc_ValueError);
   invalidTypeError = NewSubclass(module, "InvalidTypeError",
-                                 "A stored value that is not of the type asked for.", PyExc_TypeError);
+                                 "A stored value that is not of the type asked for.",
+                                 PyExc_TypeError);
   py::register_exception_translator(&Translate);
 }
 

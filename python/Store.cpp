@@ -112,7 +112,8 @@ void BindNextBoot(py::module_& module) {
   py::class_<NextBoot>(module, "NextBootStore",
                        "Configuration staged for the next boot, for keys whose schema is tagged "
                        "\"@rebootRequiredConfigStore\".")
-      .def("get", [](NextBoot& n, const ConfigStoreObjectId& id) { return ValueOf(n.store->Get(id)); },
+      .def("get",
+           [](NextBoot& n, const ConfigStoreObjectId& id) { return ValueOf(n.store->Get(id)); },
            py::arg("id"), "The value staged for the next boot, or None.")
       .def("set",
            [](NextBoot& n, const ConfigStoreObjectId& id, py::handle value) {
@@ -130,7 +131,9 @@ void BindNextBoot(py::module_& module) {
            py::arg("id"), py::arg("values"),
            "Replaces everything staged for the key with the instances.")
       .def("get_instances",
-           [](NextBoot& n, const Filter& filter) { return ValuesOf(n.store->GetInstances(filter)); },
+           [](NextBoot& n, const Filter& filter) {
+             return ValuesOf(n.store->GetInstances(filter));
+           },
            py::arg("filter").none(false))
       .def("delete_instances",
            [](NextBoot& n, const Filter& filter) { n.store->DeleteInstances(filter); },

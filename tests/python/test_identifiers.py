@@ -8,7 +8,8 @@ def test_an_identifier_names_key_group_component_and_instance():
     nic = cs.ObjectId("nics", "net", "corv", "eth0")
     assert (nic.key, nic.group, nic.component, nic.instance_id) == ("nics", "net", "corv", "eth0")
     assert cs.ObjectId("dns", "net", "corv").instance_id == ""
-    assert cs.ObjectId(component="corv", group="net", key="dns") == cs.ObjectId("dns", "net", "corv")
+    by_name = cs.ObjectId(component="corv", group="net", key="dns")
+    assert by_name == cs.ObjectId("dns", "net", "corv")
 
 
 def test_identifiers_print_as_the_library_writes_them():
