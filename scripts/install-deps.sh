@@ -7,6 +7,7 @@ packages=(
   g++ cmake make pkg-config dpkg-dev help2man man-db
   rapidjson-dev libsqlite3-dev sqlite3 uuid-dev libpcre2-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev json-schema-test-suite
+  python3-dev pybind11-dev python3-pytest
 )
 missing=()
 for p in "${packages[@]}"; do
