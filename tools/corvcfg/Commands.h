@@ -8,10 +8,15 @@
 
 #include <string>
 
-// Exit statuses: a command the store refused or that failed is 1, a command
-// line that cannot be used is 2.
+// Exit statuses scripts branch on: 1 the store refused the command (a
+// validation or a rule), 2 the command line cannot be used, 3 nothing is
+// there (no value stored, no such instance, key-value entry or key), 4 the
+// store or the schema store cannot be opened, or is locked, read-only or
+// damaged.
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitAbsent = 3;
+constexpr int kExitUnavailable = 4;
 
 // `corvcfg store ...`: setting up store databases.
 void AddStoreCommands(CLI::App& app);
