@@ -10,6 +10,7 @@ dir=build/release
 
 # One entry per campaign: "name|command line of its long mode".
 campaigns=(
+  "concurrency|$dir/tests/reliability/concurrency/reliability_concurrency --workers=8 --ops=${CONCURRENCY_OPS:-1000}"
 )
 
 wanted=("$@")
