@@ -11,6 +11,7 @@ dir=build/release
 # One entry per campaign: "name|command line of its long mode".
 campaigns=(
   "concurrency|$dir/tests/reliability/concurrency/reliability_concurrency --workers=8 --ops=${CONCURRENCY_OPS:-1000}"
+  "crashes|$dir/tests/reliability/crashes/reliability_crashes --kills=${CRASH_KILLS:-300}"
 )
 
 wanted=("$@")

@@ -71,12 +71,6 @@ std::string Schemas(int workers) {
   return text + "}}}";
 }
 
-std::shared_ptr<ConfigStoreObject> Make(const ConfigStoreObjectId& id, const std::string& json) {
-  auto object = std::make_shared<ConfigStoreObject>(id);
-  object->SetData(json.c_str());
-  return object;
-}
-
 std::string InstanceJson(const std::string& name, int owner, long v) {
   return R"({"name":")" + name + R"(","owner":)" + std::to_string(owner) + R"(,"v":)" +
          std::to_string(v) + "}";
@@ -164,7 +158,7 @@ class Worker {
                        R"(,"members":[{"name":")" + Name(index_, member) + R"(","v":)" +
                        std::to_string(k) + "}]}";
     if (!Call("Update", [&] {
-          store_->Update(Make(Key("counters"), json), EXTERNAL);
+          store_->Update(MakeObject(Key("counters"), json), EXTERNAL);
           return true;
         }))
       return;
@@ -178,7 +172,7 @@ class Worker {
     long v = ++serial_;
     std::string name = Name(index_, item);
     if (!Call("Set", [&] {
-          store_->Set(Make(Key("items", name), InstanceJson(name, index_, v)), EXTERNAL);
+          store_->Set(MakeObject(Key("items", name), InstanceJson(name, index_, v)), EXTERNAL);
           return true;
         }))
       return;
@@ -207,7 +201,7 @@ class Worker {
     for (const auto& entry : batch) {
       std::string name = "b" + std::to_string(entry.first);
       objects.push_back(
-          Make(Key(BatchKey(index_), name), InstanceJson(name, index_, entry.second)));
+          MakeObject(Key(BatchKey(index_), name), InstanceJson(name, index_, entry.second)));
       line += " " + std::to_string(entry.first) + "=" + std::to_string(entry.second);
     }
     if (!Call("SetInstances", [&] {
@@ -293,14 +287,14 @@ class Worker {
       long total = 0;
       std::shared_ptr<ConfigStoreObject> counters = store_->Get(Key("counters"));
       if (counters) counters->GetValue("total", &total);
-      store_->Update(Make(Key("counters"), "{\"total\":" + std::to_string(total + 1) + "}"),
+      store_->Update(MakeObject(Key("counters"), "{\"total\":" + std::to_string(total + 1) + "}"),
                      EXTERNAL);
       return true;
     });
     ok = ok && Call("BeginTransaction", [&] { return store_->BeginTransaction(); });
     if (ok) {
       bool set = Call("Set", [&] {
-        store_->Set(Make(Key("items", name), InstanceJson(name, index_, v)), EXTERNAL);
+        store_->Set(MakeObject(Key("items", name), InstanceJson(name, index_, v)), EXTERNAL);
         return true;
       });
       // A failed commit leaves the inner level open: it is cancelled then.
@@ -496,7 +490,7 @@ int RunCampaign(const Options& options) {
   CampaignStore campaign(Schemas(workers));
   {
     std::shared_ptr<ConfigStore> store = ConfigStore::GetStore("");
-    store->Set(Make(Key("counters"), R"({"total":0})"), EXTERNAL);
+    store->Set(MakeObject(Key("counters"), R"({"total":0})"), EXTERNAL);
   }
   auto start = Clock::now();
   std::vector<pid_t> pids;

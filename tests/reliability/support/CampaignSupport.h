@@ -1,8 +1,10 @@
 // What the reliability campaign programs share: command-line options, a
 // temporary store and schema store of their own, starting this program again
-// as a worker process, comparing JSON texts, and printing the figures.
+// as a worker process, building objects, comparing JSON texts, and printing
+// the figures.
 #pragma once
 
+#include <corvconfigstore/ConfigStoreObject.h>
 #include <corvconfigstore/Json.h>
 #include <corvconfigstore/Provisioning.h>
 #include <stdlib.h>
@@ -14,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -105,6 +108,14 @@ inline int WaitExit(pid_t pid) {
   while (waitpid(pid, &status, 0) < 0)
     if (errno != EINTR) return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A configuration object holding the JSON text.
+inline std::shared_ptr<CorvConfigStore::ConfigStoreObject> MakeObject(
+    const CorvConfigStore::ConfigStoreObjectId& id, const std::string& json) {
+  auto object = std::make_shared<CorvConfigStore::ConfigStoreObject>(id);
+  object->SetData(json.c_str());
+  return object;
 }
 
 // True when two JSON texts hold equal values (members in any order); a text
