@@ -320,6 +320,7 @@ class Supervisor {
     figures.Set("seed", seed_);
     figures.Set("kills", static_cast<uint64_t>(kills_));
     figures.Set("kills during a call", inFlightKills_);
+    for (const auto& entry : killsDuring_) figures.Set("kills during " + entry.first, entry.second);
     figures.Set("writes verified", writesVerified_);
     figures.Set("imports verified", importsVerified_);
     figures.Set("integrity failures", integrityFailures_);
@@ -328,12 +329,14 @@ class Supervisor {
     figures.Set("partial bulk writes", partialBulkWrites_);
     figures.Set("unexpected rows", unexpectedRows_);
     figures.Set("failed calls", failedCalls_);
+    figures.Set("writers ended before the kill", writersEnded_);
     char text[32];
     std::snprintf(text, sizeof text, "%.1f", seconds);
     figures.Set("seconds", text);
     figures.Print("crashes");
     bool clean = integrityFailures_ == 0 && lostWrites_ == 0 && partialImports_ == 0 &&
-                 partialBulkWrites_ == 0 && unexpectedRows_ == 0 && failedCalls_ == 0;
+                 partialBulkWrites_ == 0 && unexpectedRows_ == 0 && failedCalls_ == 0 &&
+                 writersEnded_ == 0;
     if (!clean) std::cout << "crashes: FAILED (rerun with --seed=" << seed_ << ")" << std::endl;
     return clean ? 0 : 1;
   }
@@ -348,7 +351,12 @@ class Supervisor {
     int delayMs = static_cast<int>(random_() % static_cast<uint64_t>(maxDelayMs_ + 1));
     std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
     kill(pid, SIGKILL);
-    WaitExit(pid);
+    // A writer ends only by the kill: an exit of its own is a failure it
+    // reported, or a crash (a sanitizer's report, say).
+    if (WaitExit(pid) != -1) {
+      ++writersEnded_;
+      std::cerr << "round " << round << ": the writer ended before the kill" << std::endl;
+    }
     Report report = ReadReport(fds[0]);
     close(fds[0]);
     if (!report.failure.empty()) {
@@ -360,7 +368,10 @@ class Supervisor {
       ++writesVerified_;
       if (effect.kind == "import") ++importsVerified_;
     }
-    if (report.inFlight) ++inFlightKills_;
+    if (report.inFlight) {
+      ++inFlightKills_;
+      ++killsDuring_[report.pending.kind];
+    }
 
     std::string integrity = IntegrityCheck(storePath_);
     if (integrity != "ok") {
@@ -444,9 +455,10 @@ class Supervisor {
   std::mt19937_64 random_;
   std::string storePath_;
   State model_;
+  std::map<std::string, uint64_t> killsDuring_;  // by kind of call
   uint64_t inFlightKills_ = 0, writesVerified_ = 0, importsVerified_ = 0;
   uint64_t integrityFailures_ = 0, lostWrites_ = 0, partialImports_ = 0;
-  uint64_t partialBulkWrites_ = 0, unexpectedRows_ = 0, failedCalls_ = 0;
+  uint64_t partialBulkWrites_ = 0, unexpectedRows_ = 0, failedCalls_ = 0, writersEnded_ = 0;
 };
 
 }  // namespace
