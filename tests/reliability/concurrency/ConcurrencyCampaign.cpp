@@ -16,6 +16,7 @@
 #include <corvconfigstore/ConfigStoreObject.h>
 #include <corvconfigstore/Exceptions.h>
 #include <corvconfigstore/FilterSpecObject.h>
+#include <corvconfigstore/ImportExport.h>
 
 #include <algorithm>
 #include <chrono>
@@ -215,7 +216,7 @@ class Worker {
 
   // Reads of what this worker owns must show its own last committed writes.
   void Read() {
-    switch (random_() % 3) {
+    switch (random_() % 4) {
       case 0: {
         int item = static_cast<int>(random_() % kItemsPerWorker);
         std::shared_ptr<ConfigStoreObject> got;
@@ -243,6 +244,38 @@ class Worker {
         std::string member = "p" + std::to_string(index_);
         if (got) got->GetValue(member.c_str(), &counter);
         Mismatch(counter == state_.counter, member);
+        break;
+      }
+      case 2: {
+        // The whole of "items" as a document: this worker's instances in
+        // it are those it last wrote.
+        std::string text;
+        if (!Call("Export", [&] {
+              text = Export({std::make_shared<FilterSpecObject>(Key("items"))});
+              return true;
+            }))
+          return;
+        rapidjson::Document doc;
+        doc.Parse(text.c_str());
+        std::map<int, long> seen;
+        bool same = doc.IsObject() && doc.HasMember(kComponent) && doc[kComponent].IsObject() &&
+                    doc[kComponent].HasMember(kGroup) && doc[kComponent][kGroup].IsObject() &&
+                    doc[kComponent][kGroup].HasMember("items");
+        if (same && doc[kComponent][kGroup]["items"].IsArray()) {
+          std::string prefix = "w" + std::to_string(index_) + "-";
+          for (const auto& instance : doc[kComponent][kGroup]["items"].GetArray()) {
+            if (!instance.IsObject() || !instance.HasMember("name") ||
+                !instance["name"].IsString() || !instance.HasMember("v") ||
+                !instance["v"].IsInt64()) {
+              same = false;
+              continue;
+            }
+            std::string name = instance["name"].GetString();
+            if (name.compare(0, prefix.size(), prefix) == 0)
+              seen[std::atoi(name.c_str() + prefix.size())] = instance["v"].GetInt64();
+          }
+        }
+        Mismatch(same && seen == state_.items, "exported items");
         break;
       }
       default: {
