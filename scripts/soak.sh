@@ -2,6 +2,8 @@
 # Runs every reliability campaign in its long mode on a Release build and
 # prints the figures each reports (docs/reliability.md publishes them).
 # Usage: scripts/soak.sh [campaign ...]   (default: all of them)
+# CONCURRENCY_OPS (operations per process, default 1000) and CRASH_KILLS
+# (default 300) lengthen or shorten those campaigns.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
