@@ -2,6 +2,8 @@
 # Runs every reliability campaign in its long mode on a Release build and
 # prints the figures each reports (docs/reliability.md publishes them).
 # Usage: scripts/soak.sh [campaign ...]   (default: all of them)
+# CONCURRENCY_OPS (operations per process, default 1000) and CRASH_KILLS
+# (default 300) lengthen or shorten those campaigns.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -10,6 +12,8 @@ dir=build/release
 
 # One entry per campaign: "name|command line of its long mode".
 campaigns=(
+  "concurrency|$dir/tests/reliability/concurrency/reliability_concurrency --workers=8 --ops=${CONCURRENCY_OPS:-1000}"
+  "crashes|$dir/tests/reliability/crashes/reliability_crashes --kills=${CRASH_KILLS:-300}"
 )
 
 wanted=("$@")

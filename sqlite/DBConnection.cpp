@@ -77,7 +77,7 @@ std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::st
   }
   std::shared_ptr<StoreConnection> connection = ConnectionAccess::Adopt(db, path);
   sqlite3_extended_result_codes(db, 1);
-  sqlite3_busy_timeout(db, kDefaultTimeLimit);
+  SetBusyTimeLimit(ConnectionAccess::Of(*connection), kDefaultTimeLimit);
 
   // Setting the journal mode reads the file header, so this is also the
   // check that the file is a database at all.

@@ -5,6 +5,7 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -28,6 +29,10 @@ struct StoreConnection::Impl {
   std::string path;
   std::string lastError;
   int depth = 0;
+  // How long a busy database is waited for, in milliseconds, and when the
+  // current wait began (sqlite/DBBusyWait.cpp).
+  int busyTimeLimit = 0;
+  std::chrono::steady_clock::time_point busySince;
   // Keyed by statement text. Elements keep their address when the map
   // grows, so an execution may hold a pointer to its entry while a row
   // callback adds others.
@@ -52,6 +57,10 @@ std::shared_ptr<StoreConnection> OpenConnection(const std::string& path, std::st
 // priority 1. The reason is SQLite's message unless one is given.
 void RecordFailure(ConnectionAccess::Impl& impl, const char* what, const std::string& sql,
                    const char* reason = nullptr);
+
+// Makes a busy database be waited for up to timeLimit milliseconds (none
+// when 0 or less) by the connection's next statements.
+void SetBusyTimeLimit(ConnectionAccess::Impl& impl, int timeLimit);
 
 // Runs statements without parameters or rows (transaction control, DDL).
 int ExecScript(ConnectionAccess::Impl& impl, const std::string& sql);

@@ -160,7 +160,7 @@ int PrepareStmt(const std::shared_ptr<StoreConnection>& connection, const SqlSta
                 int timeLimit) {
   if (!connection) return kFailure;
   Impl& impl = ConnectionAccess::Of(*connection);
-  sqlite3_busy_timeout(impl.db, timeLimit);
+  SetBusyTimeLimit(impl, timeLimit);
   return Cached(impl, statement) != nullptr ? kSuccess : kFailure;
 }
 
@@ -170,7 +170,7 @@ int ExecuteStmt(const std::shared_ptr<StoreConnection>& connection, const SqlSta
   // A row callback may drop the caller's last reference to the connection.
   std::shared_ptr<StoreConnection> keep = connection;
   Impl& impl = ConnectionAccess::Of(*keep);
-  sqlite3_busy_timeout(impl.db, timeLimit);
+  SetBusyTimeLimit(impl, timeLimit);
   Impl::CachedStatement* cached = Cached(impl, statement);
   if (cached == nullptr) return kFailure;
   ActiveStatement active(impl, *cached, statement.Text());

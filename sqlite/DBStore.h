@@ -120,9 +120,11 @@ int PrepareStmt(const std::shared_ptr<StoreConnection>& connection, const SqlSta
                 int timeLimit);
 // Prepares (from the cache), binds params, runs to completion calling
 // callback (which may be empty) for each row. timeLimit is the busy time-out
-// in milliseconds: a write waits up to that long for another connection's
-// lock. A callback may itself execute statements on the same connection,
-// the same text included. An exception thrown by the callback leaves the
+// in milliseconds: a write waits up to that long, on the clock, for another
+// connection's lock, trying again after short pauses of random length so
+// that writers taking the lock in turn do not starve a waiter. A callback
+// may itself execute statements on the same connection, the same text
+// included. An exception thrown by the callback leaves the
 // statement reset and propagates.
 int ExecuteStmt(const std::shared_ptr<StoreConnection>& connection, const SqlStatement& statement,
                 const SqlParams& params, const RowCallback& callback, int timeLimit);
