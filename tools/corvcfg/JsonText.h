@@ -11,8 +11,13 @@
 
 // Parses text into document after the library has checked it, so that text
 // that is not JSON is refused with the library's own error (code 1080) and
-// nesting is bounded as everywhere else.
+// nesting is bounded as everywhere else. The error's message is followed by
+// the position of the fault: "... at offset 10 (line 1, column 11)".
 void ParseCheckedJson(const std::string& text, rapidjson::Document& document);
+
+// "line L, column C" of a byte offset into text: lines are counted from 1 by
+// line feeds, columns from 1 in characters (a UTF-8 sequence is one).
+std::string TextPosition(const std::string& text, size_t offset);
 
 // Compact text of a value.
 std::string JsonText(const rapidjson::Value& value);
