@@ -172,9 +172,7 @@ DocumentCount CountDocument(const rapidjson::Value& document) {
 }
 
 void RunImport(const std::string& file) {
-  if (file == "-" && IsTerminal(STDIN_FILENO))
-    throw CLI::ValidationError("A document is required: give FILE or standard input");
-  const std::string text = ReadTextFile(file);
+  const std::string text = ReadDocument(file);
   rapidjson::Document parsed;
   ParseCheckedJson(text, parsed);
   const DocumentCount count = CountDocument(parsed);

@@ -11,26 +11,25 @@ namespace {
 
 const char kOffsetMark[] = " at offset ";
 
-// The library's refusal of text that is not JSON, with the line and column
-// of the byte offset its message ends with, so that the fault is found in
-// an editor. Called while the refusal is handled: one without an offset is
-// rethrown as it is.
-[[noreturn]] void ThrowWithPosition(const CorvConfigStore::ConfigStoreException& error,
-                                    const std::string& text) {
-  const std::string message = error.what();
-  const size_t mark = message.rfind(kOffsetMark);
-  const std::string digits =
-      mark == std::string::npos ? "" : message.substr(mark + sizeof kOffsetMark - 1);
-  if (digits.empty() || digits.size() > 18 ||
-      digits.find_first_not_of("0123456789") != std::string::npos)
-    throw;
-  const std::string located = message + " (" + TextPosition(text, std::stoul(digits)) + ")";
-  CorvConfigStore::ConfigStoreException copy(error.GetErrorCode(), located.c_str());
-  for (const std::string& detail : error.GetDetails()) copy.AddDetail(detail);
-  throw copy;
-}
-
 }  // namespace
+
+void RethrowWithPosition(const std::string& text) {
+  try {
+    throw;
+  } catch (const CorvConfigStore::ConfigStoreException& error) {
+    const std::string message = error.what();
+    const size_t mark = message.rfind(kOffsetMark);
+    const std::string digits =
+        mark == std::string::npos ? "" : message.substr(mark + sizeof kOffsetMark - 1);
+    if (digits.empty() || digits.size() > 18 ||
+        digits.find_first_not_of("0123456789") != std::string::npos)
+      throw;
+    const std::string located = message + " (" + TextPosition(text, std::stoul(digits)) + ")";
+    CorvConfigStore::ConfigStoreException copy(error.GetErrorCode(), located.c_str());
+    for (const std::string& detail : error.GetDetails()) copy.AddDetail(detail);
+    throw copy;
+  }
+}
 
 std::string TextPosition(const std::string& text, size_t offset) {
   offset = std::min(offset, text.size());
@@ -66,7 +65,7 @@ void ParseCheckedJson(const std::string& text, rapidjson::Document& document) {
     }
   } catch (const CorvConfigStore::ConfigStoreException& error) {
     if (error.GetErrorCode() != CorvConfigStore::CS_ERR_JSON_PARSE) throw;
-    ThrowWithPosition(error, text);
+    RethrowWithPosition(text);
   }
   document.Parse<rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
 }

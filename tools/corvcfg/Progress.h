@@ -43,7 +43,7 @@ class Progress {
   bool active_ = false;
   bool drawn_ = false;
   std::chrono::steady_clock::time_point start_;
-  std::chrono::milliseconds delay_;
+  std::chrono::milliseconds delay_{0};
   std::mutex mutex_;
   std::condition_variable stop_;
   bool stopping_ = false;

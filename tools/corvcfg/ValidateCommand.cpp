@@ -4,8 +4,6 @@
 #include <corvconfigstore/Exceptions.h>
 #include <corvconfigstore/ImportCheck.h>
 
-#include <unistd.h>
-
 #include <iostream>
 
 #include "Commands.h"
@@ -13,7 +11,6 @@
 #include "JsonText.h"
 #include "Names.h"
 #include "Objects.h"
-#include "Output.h"
 
 namespace {
 
@@ -60,9 +57,7 @@ void RunValidate(const ValidateOptions& options) {
   if (options.documentOption->count() > 0 && !options.documentFile.empty()) {
     if (options.value->jsonOption->count() > 0 || options.value->fileOption->count() > 0)
       throw CLI::ValidationError("Give the document as FILE, --json TEXT or --file PATH, not two");
-    if (options.documentFile == "-" && IsTerminal(STDIN_FILENO))
-      throw CLI::ValidationError("A document is required: give FILE or standard input");
-    ValidateWholeDocument(ReadTextFile(options.documentFile));
+    ValidateWholeDocument(ReadDocument(options.documentFile));
     return;
   }
   const std::string text = ReadValue(*options.value);
