@@ -1,5 +1,5 @@
 // The key-value switches of the store ("IS_BOOT", "NOTIFY_NEXD") and the
-// public reads and writes of free keys.
+// public reads, writes and listing of free keys.
 #include <corvconfigstore/KeyValue.h>
 
 #include "core/Throw.h"
@@ -48,6 +48,14 @@ std::string GetKeyValue(const std::string& key) {
   if (DBStore::ReadKeyValue(connection, key, value) != DBStore::kSuccess)
     DBStore::ThrowFailure(connection, "Failed to read KV table for key: " + key);
   return value;
+}
+
+std::vector<std::pair<std::string, std::string>> ListKeyValues() {
+  std::shared_ptr<DBStore::StoreConnection> connection = OwnConnection();
+  std::vector<std::pair<std::string, std::string>> entries;
+  if (DBStore::ReadKeyValues(connection, entries) != DBStore::kSuccess)
+    DBStore::ThrowFailure(connection, "Failed to list KV table");
+  return entries;
 }
 
 }  // namespace CorvConfigStore

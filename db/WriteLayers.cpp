@@ -76,7 +76,7 @@ void WriteAutoConfConfigInstances(const ObjectList& objects, const Connection& c
 }
 
 void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationContext& op,
-                                  const Connection& conn) {
+                                  const Connection& conn, const RowWritten& written) {
   DBStore::SqlStatement statement(Sql::kWriteAllLayers);
   // Once an entry is written unconfirmed, so are the later ones of the call.
   int success = 1;
@@ -93,6 +93,7 @@ void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationCont
     for (const std::string* layer : {&row.autoConf, &row.user, &row.vital, &row.cached})
       params.push_back(TextOrNull(*layer));
     ExecuteWrite(conn, statement, params, "WriteComplete failed");
+    if (written) written();
   }
 }
 
@@ -102,12 +103,13 @@ void SetInternal(const ObjectPtr& object, USERDATA_CONTEXT context, const Operat
 }
 
 void SetInstancesInternal(const ObjectList& objects, USERDATA_CONTEXT context,
-                          const OperationContext& op, const Connection& conn) {
+                          const OperationContext& op, const Connection& conn,
+                          const RowWritten& written) {
   RowLayersById rows;
   for (const ObjectPtr& object : objects)
     if (!IsNull(object, "SetInstancesInternal"))
       rows[object->GetConfigStoreObjectId()] = SplitRow(object, context, op);
-  WriteCompleteConfigInstances(rows, op, conn);
+  WriteCompleteConfigInstances(rows, op, conn, written);
 }
 
 }  // namespace CorvConfigStore

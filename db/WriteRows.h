@@ -38,12 +38,17 @@ void WriteCachedConfigInstances(const ObjectList& objects, const Connection& con
 void WriteVitalConfigInstances(const ObjectList& objects, const Connection& conn);
 void WriteAutoConfConfigInstances(const ObjectList& objects, const Connection& conn);
 
+// Called after each row a bulk write has written, for callers that show
+// how far a long write is.
+using RowWritten = std::function<void()>;
+
 // Writes every layer of each row at once; the desired value becomes NULL.
 // In op's upgrade context 2 a schema that does not apply during upgrades
 // writes its entry, and every later one, unconfirmed. Throws 1037 for an
 // entry without schema and 2000 "WriteComplete failed" when a write fails.
+// written, when given, is called after each row.
 void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationContext& op,
-                                  const Connection& conn);
+                                  const Connection& conn, const RowWritten& written = nullptr);
 
 // The JSON texts of the layers of an object divided by the schema's
 // "vital" and "cached" tags; each is empty when the object has nothing of
@@ -65,7 +70,8 @@ DBStore::SqlParams LayerPartParams(const ObjectPtr& object, const SchemaPtr& sch
 void SetInternal(const ObjectPtr& object, USERDATA_CONTEXT context, const OperationContext& op,
                  const Connection& conn);
 void SetInstancesInternal(const ObjectList& objects, USERDATA_CONTEXT context,
-                          const OperationContext& op, const Connection& conn);
+                          const OperationContext& op, const Connection& conn,
+                          const RowWritten& written = nullptr);
 
 // Insert-or-replace of one row by layer selector, the object split into its
 // user (or, for UPDATE_INTERNAL, auto-configuration), vital and cached

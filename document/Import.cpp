@@ -123,6 +123,11 @@ bool GetCsoidObjMapFromDocument(const std::string& docString, CsoIdObjectMap& ou
 }
 
 bool Import(const std::string& docString, std::vector<ErrorInfo>& errors) {
+  return Import(docString, errors, nullptr);
+}
+
+bool Import(const std::string& docString, std::vector<ErrorInfo>& errors,
+            const ImportProgress& progress) {
   CSLogger::Log(3, "%s invoked", "Import");
   OperationContext op;
   CsoIdObjectMap objects;
@@ -144,7 +149,13 @@ bool Import(const std::string& docString, std::vector<ErrorInfo>& errors) {
     ConfigStoreObjectId configuration = WithInstanceId(entry.first, "");
     if (cleared.insert(configuration).second) DeleteInstancesInternal(configuration, connection);
   }
-  SetInstancesInternal(written, EXTERNAL, op, connection);
+  size_t done = 0;
+  RowWritten counted;
+  if (progress) {
+    progress(done, written.size());
+    counted = [&] { progress(++done, written.size()); };
+  }
+  SetInstancesInternal(written, EXTERNAL, op, connection, counted);
   transaction.Commit();
   return true;
 }

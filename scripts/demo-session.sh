@@ -178,6 +178,9 @@ section "Configuration for the next boot"
 run corvcfg next-boot set corv.boot.settings --json '{"secureBoot": false, "timeoutSeconds": 10}'
 run corvcfg next-boot get corv.boot.settings
 expect "\"secureBoot\":false"
+note "every key of the group written for the next boot, as a document:"
+run corvcfg next-boot get corv.boot
+expect "{\"corv\":{\"boot\":{\"settings\":{"
 note "the live value is untouched until the host boots and applies it:"
 run corvcfg get corv.boot.settings
 expect_exactly "null"
@@ -225,20 +228,27 @@ run corvcfg get corv.time.ntp
 expect_exactly "null"
 run corvcfg get --desired corv.time.ntp
 expect "\"enabled\":false"
+note "what the next boot changes in the group, with the value in force beside it:"
+run corvcfg pending corv.time --table
+expect "awaiting-confirmation"
 run corvcfg boot confirm corv.time.ntp
 run corvcfg get corv.time.ntp
 expect "\"enabled\":false"
 
 section "Export a group, remove it, import it back"
 run corvcfg export corv.net --output export.json
+expect "Exported 3 keys"
 run cat export.json
 expect "eth0"
+run corvcfg validate --document export.json
+expect_exactly "Document: valid"
 run corvcfg get corv.net.dns
 dns_before="$output"
 run corvcfg delete corv.net.dns
 run corvcfg get corv.net.dns
 expect_exactly "null"
 run corvcfg import export.json
+expect "Imported 3 keys"
 run corvcfg get corv.net.dns
 if [ "$output" != "$dns_before" ]; then
   echo "!! the re-imported value differs from the exported one"
@@ -250,6 +260,8 @@ echo '["corv.net.dns", "corv.time.*"]' >allowlist.json
 note "the allowlist names one key and one whole group:"
 run cat allowlist.json
 run corvcfg kv set NOTIFY_NEXD true
+run corvcfg kv list --table
+expect "NOTIFY_NEXD  true"
 echo "\$ notify_listener 2 10 &    # in $demo_dir, logging to listener.log"
 "$listener_bin" 2 10 >listener.log 2>&1 &
 listener_pid=$!

@@ -19,6 +19,24 @@ int ReadKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::
   return kSuccess;
 }
 
+int ReadKeyValues(const std::shared_ptr<StoreConnection>& connection,
+                  std::vector<std::pair<std::string, std::string>>& entries) {
+  static const SqlStatement kReadAll("SELECT Key, Value FROM KeyValue ORDER BY Key");
+  std::vector<std::pair<std::string, std::string>> found;
+  int status = ExecuteStmt(
+      connection, kReadAll, {},
+      [&found](int count, char** values, char**) {
+        if (count >= 2)
+          found.emplace_back(values[0] != nullptr ? values[0] : "",
+                             values[1] != nullptr ? values[1] : "");
+        return 0;
+      },
+      kDefaultTimeLimit);
+  if (status != kSuccess) return kFailure;
+  entries = std::move(found);
+  return kSuccess;
+}
+
 int WriteKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::string& key,
                   const std::string& value) {
   static const SqlStatement kWrite("INSERT OR REPLACE INTO KeyValue (Key, Value) VALUES (?, ?)");

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 struct sqlite3;
@@ -143,6 +144,9 @@ int ReadKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::
                  std::string& value);
 int WriteKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::string& key,
                   const std::string& value);
+// Every entry of the key-value table, ordered by key.
+int ReadKeyValues(const std::shared_ptr<StoreConnection>& connection,
+                  std::vector<std::pair<std::string, std::string>>& entries);
 
 // Attaches the schema store database (CORV_SCHEMASTORE_DB) as "ss"; fails,
 // rather than creating it, when the file is missing.

@@ -34,6 +34,16 @@ class FilterSpecObject;
 // failure throws and leaves the store unchanged.
 CORV_EXPORT bool Import(const std::string& docString, std::vector<ErrorInfo>& errors);
 
+// Told how far an import is: the instances written so far and how many the
+// document holds (a key without instances counts one, a null key none).
+using ImportProgress = std::function<void(size_t written, size_t total)>;
+
+// Import, calling progress with (0, total) once the document has been
+// checked and then after each instance written, all within the import's
+// transaction. An exception progress throws cancels the import.
+CORV_EXPORT bool Import(const std::string& docString, std::vector<ErrorInfo>& errors,
+                        const ImportProgress& progress);
+
 // The stored configurations the filters select, as a document that Import
 // restores. Each filter names a key: all its instances, or those the filter's
 // instance id and values select. A key with instances and none selected is

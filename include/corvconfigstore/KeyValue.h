@@ -4,6 +4,8 @@
 #include <corvconfigstore/Export.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace CorvConfigStore {
 
@@ -23,5 +25,10 @@ CORV_EXPORT void SetKeyValue(const std::string& key, const std::string& value);
 // be opened, 2000 "Failed to read KV table for key: <key>" when the read
 // fails.
 CORV_EXPORT std::string GetKeyValue(const std::string& key);
+
+// Every entry of the table as (key, value), ordered by key. Throws 1002
+// when the store cannot be opened, 2000 "Failed to list KV table" when the
+// read fails.
+CORV_EXPORT std::vector<std::pair<std::string, std::string>> ListKeyValues();
 
 }  // namespace CorvConfigStore

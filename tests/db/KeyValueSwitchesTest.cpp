@@ -130,6 +130,26 @@ TEST_F(KeyValueSwitches, SetAndGetRoundTrip) {
   EXPECT_EQ("quoted 'text' \xc3\xa9", CorvConfigStore::GetKeyValue("it's"));
 }
 
+TEST_F(KeyValueSwitches, ListKeyValuesGivesEveryEntryOrderedByKey) {
+  EXPECT_TRUE(CorvConfigStore::ListKeyValues().empty());
+  CorvConfigStore::SetKeyValue("NOTIFY_NEXD", "true");
+  CorvConfigStore::SetKeyValue("BOOT_INFO", "{\"type\": 2}");
+  CorvConfigStore::SetKeyValue("empty", "");
+  using Entries = std::vector<std::pair<std::string, std::string>>;
+  EXPECT_EQ((Entries{{"BOOT_INFO", "{\"type\": 2}"}, {"NOTIFY_NEXD", "true"}, {"empty", ""}}),
+            CorvConfigStore::ListKeyValues());
+}
+
+TEST_F(KeyValueSwitches, ListKeyValuesFailsAsTheOtherReadsDo) {
+  Raw("DROP TABLE KeyValue");
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails([] { CorvConfigStore::ListKeyValues(); },
+                                          "Failed to list KV table", {"no such table: KeyValue"}));
+  UseMissingStore();
+  ExpectThrows([] { CorvConfigStore::ListKeyValues(); }, 1002,
+               CorvConfigStore::Format(CorvConfigStore::ErrorMessageForId(1002),
+                                       "/etc/velmo/configstore/current-store-1"));
+}
+
 TEST_F(KeyValueSwitches, MissingStoreIsCode1002NamingTheStandardLocation) {
   UseMissingStore();
   // The message names the standard store location, whatever the

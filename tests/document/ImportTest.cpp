@@ -3,6 +3,8 @@
 #include <corvconfigstore/Exceptions.h>
 
 #include <set>
+#include <stdexcept>
+#include <utility>
 
 #include "document/ImportExportInternal.h"
 #include "schema/SchemaStore.h"
@@ -124,6 +126,35 @@ TEST_F(ImportTest, OneDocumentSetsReplacesAndRemoves) {
                         raw_->Column(Id("options", "kestrel"), "UserValue")));
   EXPECT_EQ((std::vector<std::string>{"a", "b"}), raw_->Identifiers("iface", "net"));
   EXPECT_EQ("<no row>", raw_->Column(kMotd, "UserValue"));
+}
+
+TEST_F(ImportTest, ProgressCountsTheInstancesAsTheyAreWritten) {
+  std::vector<ErrorInfo> errors;
+  std::vector<std::pair<size_t, size_t>> calls;
+  ASSERT_TRUE(Import(R"({"corv":{"net":{"iface":[{"name":"a"},{"name":"b"}],"dns":null},
+                                "sys":{"motd":{"text":"hi"}}}})",
+                     errors,
+                     [&calls](size_t written, size_t total) { calls.emplace_back(written, total); }))
+      << Describe(errors);
+  EXPECT_EQ((std::vector<std::pair<size_t, size_t>>{{0, 3}, {1, 3}, {2, 3}, {3, 3}}), calls);
+  EXPECT_EQ((std::vector<std::string>{"a", "b"}), raw_->Identifiers("iface", "net"));
+}
+
+TEST_F(ImportTest, ProgressIsNotToldOfARefusedDocumentAndItsFailureCancels) {
+  std::vector<ErrorInfo> errors;
+  size_t calls = 0;
+  EXPECT_FALSE(Import(R"({"corv":{"net":{"nope":{}}}})", errors,
+                      [&calls](size_t, size_t) { ++calls; }));
+  EXPECT_EQ(0u, calls);
+  EXPECT_EQ(before_, DumpStore());
+  // A failure of the observer after the first row leaves nothing written.
+  std::vector<ErrorInfo> none;
+  EXPECT_THROW(Import(R"({"corv":{"net":{"iface":[{"name":"a"},{"name":"b"}]}}})", none,
+                      [](size_t written, size_t) {
+                        if (written == 1) throw std::runtime_error("stopped");
+                      }),
+               std::runtime_error);
+  EXPECT_EQ(before_, DumpStore());
 }
 
 TEST_F(ImportTest, InstancesWithoutIdsGetGeneratedOnes) {

@@ -53,6 +53,20 @@ TEST_F(DBKeyValue, MissingTableFailsAndLeavesTheValue) {
   EXPECT_EQ("no such table: KeyValue", connection_->LastError());
 }
 
+TEST_F(DBKeyValue, EveryEntryIsReadInKeyOrder) {
+  ASSERT_EQ(DBStore::kSuccess, DBStore::WriteKeyValue(connection_, "b", "2"));
+  ASSERT_EQ(DBStore::kSuccess, DBStore::WriteKeyValue(connection_, "a", "1"));
+  ASSERT_EQ("", CorvTest::RawExec(store_, "INSERT INTO KeyValue VALUES ('c', NULL)"));
+  std::vector<std::pair<std::string, std::string>> entries{{"old", "entry"}};
+  ASSERT_EQ(DBStore::kSuccess, DBStore::ReadKeyValues(connection_, entries));
+  EXPECT_EQ((std::vector<std::pair<std::string, std::string>>{{"a", "1"}, {"b", "2"}, {"c", ""}}),
+            entries);
+  ASSERT_EQ("", CorvTest::RawExec(store_, "DROP TABLE KeyValue"));
+  EXPECT_EQ(DBStore::kFailure, DBStore::ReadKeyValues(connection_, entries));
+  EXPECT_EQ(3u, entries.size());
+  EXPECT_EQ(DBStore::kFailure, DBStore::ReadKeyValues(nullptr, entries));
+}
+
 TEST_F(DBKeyValue, NullConnectionFails) {
   std::string value;
   EXPECT_EQ(DBStore::kFailure, DBStore::ReadKeyValue(nullptr, "K", value));

@@ -116,4 +116,32 @@ TEST_F(BootCommandsTest, BootInfoPrintsTheBootType) {
   EXPECT_EQ(broken.err, "[2000] Failed to read BOOT_INFO database.\n");
 }
 
+// The library refuses an absent record as it refuses a broken one; the
+// program tells a store where no boot has recorded one yet apart.
+TEST_F(BootCommandsTest, BootInfoOnAStoreThatRecordedNoBootSaysSo) {
+  Outcome fresh = Corvcfg({"boot", "info"});
+  EXPECT_EQ(fresh.status, 3);
+  EXPECT_EQ(fresh.out, "");
+  EXPECT_EQ(fresh.err, "No boot has been recorded: the key-value entry BOOT_INFO is empty\n");
+  Ok({"kv", "set", "BOOT_INFO", ""});
+  EXPECT_EQ(Corvcfg({"boot", "info"}).status, 3);
+  Ok({"kv", "set", "BOOT_INFO", R"({"type": 1})"});
+  EXPECT_EQ(Ok({"boot", "info"}), "1\n");
+}
+
+TEST_F(BootCommandsTest, NextBootGetOfAGroupOrComponent) {
+  EXPECT_EQ(Ok({"next-boot", "get", "lab"}), R"({"lab":{"boot":{"settings":null}}})" "\n");
+  Ok({"next-boot", "set", "lab.boot.settings", "--json", R"({"timeout": 10})"});
+  // Only keys written for the next boot are shown; a group of none is empty.
+  EXPECT_EQ(Ok({"next-boot", "get", "lab"}), R"({"lab":{"boot":{"settings":{"timeout":10}}}})" "\n");
+  EXPECT_EQ(Ok({"next-boot", "get", "lab.boot"}), Ok({"get", "lab.boot", "--next-boot"}));
+  EXPECT_EQ(Ok({"next-boot", "get", "lab.net"}), "{}\n");
+  Outcome id = Corvcfg({"next-boot", "get", "lab.boot", "--id", "x"});
+  EXPECT_EQ(id.status, 2);
+  EXPECT_EQ(id.err, "--id needs a key name component.group.key\nRun with --help for more information.\n");
+  Outcome unknown = Corvcfg({"next-boot", "get", "nope"});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.err, "[1037] Schema not found for: nope\n");
+}
+
 }  // namespace

@@ -68,13 +68,36 @@ TEST_F(Corvcfg, StoreInitUsesTheEnvironmentWithoutDb) {
   EXPECT_EQ(0600u, ModeOf(store_));
 }
 
+TEST_F(Corvcfg, StoreInitCreatesTheMissingDirectoriesWithMode0700) {
+  const std::string path = dir_.File("etc/velmo/store.db");
+  Result first = Run({"--db", path, "store", "init"});
+  EXPECT_EQ(0, first.status) << first.err;
+  EXPECT_EQ("Created directory " + dir_.File("etc") + "\nCreated directory " +
+                dir_.File("etc/velmo") + "\nCreated store " + path + "\n",
+            first.out);
+  EXPECT_EQ("", first.err);
+  EXPECT_EQ(0700u, ModeOf(dir_.File("etc")));
+  EXPECT_EQ(0700u, ModeOf(dir_.File("etc/velmo")));
+  EXPECT_EQ(0600u, ModeOf(path));
+  Result again = Run({"--db", path, "store", "init"});
+  EXPECT_EQ("Store " + path + " already existed; its tables are complete\n", again.out);
+}
+
 TEST_F(Corvcfg, StoreInitFailureIsReportedWithItsCode) {
-  std::string path = dir_.File("no-dir/store.db");
+  // A file where a directory belongs: nothing to create above the store,
+  // and the store itself cannot be made.
+  const std::string file = dir_.Write("plain-file", "text");
+  std::string path = file + "/store.db";
   Result result = Run({"--db", path, "store", "init"});
   EXPECT_EQ(1, result.status);
   EXPECT_TRUE(HasLine(result.err, "[2000] Failed to provision store " + path +
-                                      ": cannot create the file: No such file or directory"))
+                                      ": cannot create the file: Not a directory"))
       << result.err;
+  Result deeper = Run({"--db", file + "/sub/store.db", "store", "init"});
+  EXPECT_EQ(1, deeper.status);
+  EXPECT_TRUE(HasLine(deeper.err, "[2000] Cannot create directory " + file + "/sub: Not a directory"))
+      << deeper.err;
+  EXPECT_EQ("", deeper.out);
 }
 
 TEST_F(Corvcfg, KvSetAndGetRoundTrip) {

@@ -45,7 +45,7 @@ TEST_F(DocumentCommandsTest, ExportToAFileImportsIntoAFreshStoreAsItWas) {
   std::string file = dir_.File("export.json");
   Outcome exported = Corvcfg({"export", "--output", file});
   EXPECT_EQ(exported.status, 0) << exported.err;
-  EXPECT_EQ(exported.out, "Exported 5 configurations to " + file + "\n");
+  EXPECT_EQ(exported.out, "Exported 5 keys, 4 instances to " + file + "\n");
   EXPECT_EQ(exported.err, "");
   std::string text = CorvTest::ReadText(file);
   EXPECT_TRUE(SameJson(text, kEverything)) << text;
@@ -56,7 +56,7 @@ TEST_F(DocumentCommandsTest, ExportToAFileImportsIntoAFreshStoreAsItWas) {
   UseFreshStore("fresh.db");
   Outcome imported = Corvcfg({"import", file});
   EXPECT_EQ(imported.status, 0) << imported.err;
-  EXPECT_EQ(imported.out, "Imported 5 configurations from " + file + " into " + store_ + "\n");
+  EXPECT_EQ(imported.out, "Imported 5 keys, 4 instances from " + file + " into " + store_ + "\n");
   EXPECT_EQ(imported.err, "");
   std::string again = Ok({"export"});
   EXPECT_TRUE(SameJson(again, text)) << again;
@@ -103,7 +103,7 @@ TEST_F(DocumentCommandsTest, AFailedWriteOfTheExportIsReported) {
 TEST_F(DocumentCommandsTest, ImportFromStandardInputReplacesWhatItNames) {
   Outcome run = Corvcfg({"import"}, R"({"lab": {"net": {"nics": [{"name": "eth9"}], "dns": null}}})");
   EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.out, "Imported 2 configurations from standard input into " + store_ + "\n");
+  EXPECT_EQ(run.out, "Imported 2 keys, 1 instance from standard input into " + store_ + "\n");
   EXPECT_EQ(Ok({"ids", "lab.net.nics"}), "[\"eth9\"]\n");
   EXPECT_EQ(Ok({"get", "lab.net.dns"}), "null\n");
   // Keys the document does not name stay.
@@ -128,7 +128,9 @@ TEST_F(DocumentCommandsTest, AnInvalidImportChangesNothingAndListsItsRecords) {
 
   Outcome text = Corvcfg({"import"}, "{");
   EXPECT_EQ(text.status, 1);
-  EXPECT_EQ(text.err, "[1080] Invalid JSON text: Missing a name for object member. at offset 1\n");
+  EXPECT_EQ(text.err,
+            "[1080] Invalid JSON text: Missing a name for object member. at offset 1 (line 1, "
+            "column 2)\n");
   Outcome missing = Corvcfg({"import", dir_.File("absent.json")});
   EXPECT_EQ(missing.status, 1);
   EXPECT_EQ(missing.err, "[1081] Cannot read " + dir_.File("absent.json") + ": No such file or directory\n");
@@ -143,24 +145,72 @@ TEST_F(DocumentCommandsTest, AnInvalidImportChangesNothingAndListsItsRecords) {
   EXPECT_EQ(Ok({"export"}), before);
 }
 
-TEST_F(DocumentCommandsTest, ProgressIsShownOnlyOnATerminal) {
+// The final frame of a bar and the clearing of its line.
+std::string FinalBar(const std::string& what, const std::string& count) {
+  return "\r" + what + " [" + std::string(30, '#') + "] 100% " + count + "\033[K\r\033[K";
+}
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+TEST_F(DocumentCommandsTest, ACountedBarIsShownOnATerminalForLongWork) {
+  // Work counts as long from the moment it starts here.
   RunRequest request;
-  request.args = {"export", "-o", dir_.File("out.json")};
+  request.environment["CORVCFG_PROGRESS_AFTER_MS"] = "0";
   request.err = Stream::kTerminal;
+  request.args = {"export", "-o", dir_.File("out.json")};
   Outcome exported = Corvcfg(request);
-  EXPECT_EQ(exported.status, 0);
-  // The spinner's line is drawn, then cleared.
-  EXPECT_EQ(exported.err.rfind("\rExporting 5 configurations ... |", 0), 0u) << exported.err;
-  EXPECT_EQ(exported.err.substr(exported.err.size() - 4), "\r\033[K");
+  EXPECT_EQ(exported.status, 0) << exported.err;
+  EXPECT_EQ(exported.err.rfind("\rExporting [", 0), 0u) << exported.err;
+  EXPECT_TRUE(EndsWith(exported.err, FinalBar("Exporting", "5/5 keys, 4 instances")))
+      << exported.err;
+  EXPECT_EQ(exported.out, "Exported 5 keys, 4 instances to " + dir_.File("out.json") + "\n");
 
   request.args = {"import", dir_.File("out.json")};
   Outcome imported = Corvcfg(request);
-  EXPECT_EQ(imported.status, 0);
-  EXPECT_EQ(imported.err.rfind("\rImporting 5 configurations ... |", 0), 0u) << imported.err;
-  EXPECT_EQ(imported.err.substr(imported.err.size() - 4), "\r\033[K");
+  EXPECT_EQ(imported.status, 0) << imported.err;
+  EXPECT_EQ(imported.err.rfind("\rImporting [", 0), 0u) << imported.err;
+  EXPECT_TRUE(EndsWith(imported.err, FinalBar("Importing", "4/4 instances"))) << imported.err;
 
+  // The document on standard output, the bar and what it held on standard
+  // error.
+  request.args = {"export", "lab.net"};
+  Outcome streamed = Corvcfg(request);
+  EXPECT_EQ(streamed.status, 0) << streamed.err;
+  EXPECT_TRUE(SameJson(streamed.out, Ok({"export", "lab.net"}))) << streamed.out;
+  EXPECT_TRUE(EndsWith(streamed.err, FinalBar("Exporting", "3/3 keys, 4 instances") +
+                                         "Exported 3 keys, 4 instances\n"))
+      << streamed.err;
+}
+
+TEST_F(DocumentCommandsTest, NoBarInAPipeOrForShortWorkOrAmongTheDocumentsLines) {
+  RunRequest request;
+  request.args = {"import", dir_.Write("doc.json", kEverything)};
+  request.environment["CORVCFG_PROGRESS_AFTER_MS"] = "0";
   // Through a pipe, standard error stays silent.
-  EXPECT_EQ(Corvcfg({"import", dir_.File("out.json")}).err, "");
+  Outcome piped = Corvcfg(request);
+  EXPECT_EQ(piped.status, 0) << piped.err;
+  EXPECT_EQ(piped.err, "");
+  request.args = {"export"};
+  EXPECT_EQ(Corvcfg(request).err, "");
+  // On a terminal, work shorter than a second shows no bar.
+  request.environment.erase("CORVCFG_PROGRESS_AFTER_MS");
+  request.err = Stream::kTerminal;
+  request.args = {"import", dir_.File("doc.json")};
+  Outcome quick = Corvcfg(request);
+  EXPECT_EQ(quick.status, 0);
+  EXPECT_EQ(quick.err, "");
+  // A document printed on the terminal is not broken by a bar; what it
+  // held follows it.
+  request.environment["CORVCFG_PROGRESS_AFTER_MS"] = "0";
+  request.out = Stream::kTerminal;
+  request.args = {"--compact", "export", "lab.net.dns"};
+  Outcome shown = Corvcfg(request);
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_EQ(shown.out,
+            "{\"lab\":{\"net\":{\"dns\":{\"servers\":[\"10.0.0.1\"],\"ndots\":2}}}}\n"
+            "Exported 1 key, 1 instance\n");
 }
 
 TEST_F(DocumentCommandsTest, ValidateAValueWritesNothing) {
@@ -199,6 +249,52 @@ TEST_F(DocumentCommandsTest, ValidateADocumentAsImportWould) {
   EXPECT_EQ(neither.status, 2);
   EXPECT_EQ(neither.err, "Give a key NAME, or --document\nRun with --help for more information.\n");
   EXPECT_EQ(Corvcfg({"validate", "lab.net.dns", "--document", "--json", "{}"}).status, 2);
+}
+
+TEST_F(DocumentCommandsTest, ValidateTakesTheDocumentsFileAsImportDoes) {
+  const std::string file = dir_.Write("doc.json", R"({"lab": {"net": {"dns": {"ndots": 3}}}})");
+  Outcome positional = Corvcfg({"validate", "--document", file});
+  EXPECT_EQ(positional.status, 0) << positional.err;
+  EXPECT_EQ(positional.out, "Document: valid\n");
+  // --file stays a way to name it.
+  EXPECT_EQ(Ok({"validate", "--document", "--file", file}), "Document: valid\n");
+  EXPECT_EQ(Ok({"validate", "--document", "-"}, CorvTest::ReadText(file)), "Document: valid\n");
+  Outcome two = Corvcfg({"validate", "--document", file, "--json", "{}"});
+  EXPECT_EQ(two.status, 2);
+  EXPECT_EQ(two.err,
+            "Give the document as FILE, --json TEXT or --file PATH, not two\n"
+            "Run with --help for more information.\n");
+  Outcome missing = Corvcfg({"validate", "--document", dir_.File("absent.json")});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err,
+            "[1081] Cannot read " + dir_.File("absent.json") + ": No such file or directory\n");
+  Outcome broken =
+      Corvcfg({"validate", "--document", dir_.Write("broken.json", "{\"lab\": {\n  \"net\": x}}")});
+  EXPECT_EQ(broken.status, 1);
+  EXPECT_EQ(broken.err, "[1080] Invalid JSON text: Invalid value. at offset 19 (line 2, column 10)\n");
+  RunRequest terminal;
+  terminal.args = {"validate", "--document", "-"};
+  terminal.in = Stream::kTerminal;
+  Outcome waiting = Corvcfg(terminal);
+  EXPECT_EQ(waiting.status, 2);
+  EXPECT_EQ(waiting.err,
+            "A document is required: give FILE or standard input\n"
+            "Run with --help for more information.\n");
+}
+
+TEST_F(DocumentCommandsTest, ImportAndExportCountKeysAndInstances) {
+  std::string many = R"({"lab": {"net": {"nics": [)";
+  for (int i = 0; i < 250; ++i) many += (i ? "," : "") + std::string(R"({"name": "n)") + std::to_string(i) + "\"}";
+  many += R"(], "dns": null, "routes": [{"to": "x"}]}}})";
+  Outcome imported = Corvcfg({"import", "-"}, many);
+  EXPECT_EQ(imported.status, 0) << imported.err;
+  EXPECT_EQ(imported.out, "Imported 3 keys, 251 instances from standard input into " + store_ + "\n");
+  Outcome exported = Corvcfg({"--pretty", "export", "lab.net", "-o", dir_.File("net.json")});
+  EXPECT_EQ(exported.out, "Exported 3 keys, 251 instances to " + dir_.File("net.json") + "\n");
+  // Braces and quotes inside strings are not mistaken for structure.
+  Ok({"set", "lab.net.nics", "--json", R"({"name": "a{[\"}]\\"})"});
+  EXPECT_EQ(Ok({"export", "lab.net.nics", "-o", dir_.File("one.json")}),
+            "Exported 1 key, 251 instances to " + dir_.File("one.json") + "\n");
 }
 
 }  // namespace

@@ -24,8 +24,11 @@ struct Row {
   std::string err;  // the whole of standard error
 };
 
+// The texts of these rows are one line of single-byte characters up to
+// their fault, so the column is the offset plus one.
 std::string BadJson(const std::string& reason, size_t offset) {
-  return "[1080] Invalid JSON text: " + reason + " at offset " + std::to_string(offset) + "\n";
+  return "[1080] Invalid JSON text: " + reason + " at offset " + std::to_string(offset) +
+         " (line 1, column " + std::to_string(offset + 1) + ")\n";
 }
 
 std::string Printable(const std::vector<std::string>& args, const std::string& input) {

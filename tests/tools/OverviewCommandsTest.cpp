@@ -96,6 +96,53 @@ TEST_F(OverviewCommandsTest, PendingListsWhatTheNextBootChanges) {
             "\n");
 }
 
+TEST_F(OverviewCommandsTest, PendingOfOneKeyAndOfWhatAwaitsConfirmation) {
+  Ok({"schema", "load", dir_.Write("upgrade.json", R"({"up": {"net": {"links": {"type": "array",
+      "applyDuringUpgrade": false, "items": {"type": "object", "required": ["name"],
+      "properties": {"name": {"type": "string", "instanceId": true},
+                     "mtu": {"type": "integer"}}}}}}})")});
+  Ok({"set", "up.net.links", "--json", R"({"name": "eth0", "mtu": 1500})"});
+  Ok({"next-boot", "set", "lab.boot.settings", "--json", R"({"timeout": 10})"});
+  // Written during an upgrade: in force only once a boot confirms it.
+  RunRequest upgrade;
+  upgrade.args = {"set", "up.net.links", "--json", R"({"name": "eth1", "mtu": 9000})"};
+  upgrade.environment["CORV_UPGRADE_CTX"] = "2";
+  ASSERT_EQ(Corvcfg(upgrade).status, 0);
+  EXPECT_EQ(Ok({"pending", "up.net.links"}),
+            R"([{"key":"up.net.links","id":"eth1","state":"awaiting-confirmation",)"
+            R"("inForce":null,"pending":{"name":"eth1","mtu":9000}}])"
+            "\n");
+  EXPECT_EQ(Ok({"pending", "--table"}),
+            "KEY                ID    STATE                  IN FORCE  PENDING\n"
+            "lab.boot.settings  -     next-boot              -         {\"timeout\":10}\n"
+            "up.net.links       eth1  awaiting-confirmation  -         {\"name\":\"eth1\",\"mtu\":9000}\n");
+  EXPECT_EQ(Ok({"pending", "lab.net.dns"}), "[]\n");
+  Outcome unknown = Corvcfg({"pending", "lab.nett"});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.err, "[1037] Schema not found for: lab.nett\n");
+}
+
+TEST_F(OverviewCommandsTest, KvListPrintsTheKeyValueTable) {
+  EXPECT_EQ(Ok({"kv", "list"}), "{}\n");
+  Ok({"kv", "set", "NOTIFY_NEXD", "true"});
+  Ok({"kv", "set", "BOOT_INFO", R"({"type": 3})"});
+  EXPECT_EQ(Ok({"kv", "list"}), R"({"BOOT_INFO":"{\"type\": 3}","NOTIFY_NEXD":"true"})" "\n");
+  EXPECT_EQ(Ok({"kv", "list", "--table"}),
+            "KEY          VALUE\n"
+            "BOOT_INFO    {\"type\": 3}\n"
+            "NOTIFY_NEXD  true\n");
+  RunRequest request;
+  request.args = {"kv", "list"};
+  request.out = Stream::kTerminal;
+  Outcome run = Corvcfg(request);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out, "KEY          VALUE\nBOOT_INFO    {\"type\": 3}\nNOTIFY_NEXD  true\n");
+  request.args = {"kv", "list", "--json"};
+  EXPECT_EQ(Corvcfg(request).out,
+            "{\n  \"BOOT_INFO\": \"{\\\"type\\\": 3}\",\n  \"NOTIFY_NEXD\": \"true\"\n}\n");
+  EXPECT_EQ(Corvcfg({"kv", "list", "--json", "--table"}).status, 2);
+}
+
 TEST_F(OverviewCommandsTest, DiffShowsEveryLayerAndWhatTheNextBootChanges) {
   Ok({"set", "lab.net.nics", "--context", "internal", "--json", R"({"name": "eth0", "mac": "aa"})"});
   Ok({"set", "lab.net.nics", "--layer", "user", "--json", R"({"name": "eth0", "mtu": 1500})"});

@@ -56,7 +56,7 @@ TEST_F(ReadWriteCommandsTest, AValidatedWriteIsRefusedWithItsRecords) {
 TEST_F(ReadWriteCommandsTest, ValuesThatAreNotObjectsAreRefused) {
   Outcome text = Corvcfg({"set", "lab.net.dns", "--json", R"({"ndots": )"});
   EXPECT_EQ(text.status, 1);
-  EXPECT_EQ(text.err, "[1080] Invalid JSON text: Invalid value. at offset 10\n");
+  EXPECT_EQ(text.err, "[1080] Invalid JSON text: Invalid value. at offset 10 (line 1, column 11)\n");
   Outcome scalar = Corvcfg({"set", "lab.net.dns", "--json", "\"x\""});
   EXPECT_EQ(scalar.status, 1);
   EXPECT_EQ(scalar.err,
@@ -66,8 +66,28 @@ TEST_F(ReadWriteCommandsTest, ValuesThatAreNotObjectsAreRefused) {
   EXPECT_EQ(element.err, "[1030] Element 1 of the array is not a JSON object\n");
   Outcome empty = Corvcfg({"set", "lab.net.dns"}, "");
   EXPECT_EQ(empty.status, 1);
-  EXPECT_EQ(empty.err, "[1080] Invalid JSON text: The document is empty. at offset 0\n");
+  EXPECT_EQ(empty.err,
+            "[1080] Invalid JSON text: The document is empty. at offset 0 (line 1, column 1)\n");
   EXPECT_EQ(Ok({"get", "lab.net.nics"}), "[]\n");
+}
+
+// The byte offset of a fault is placed as an editor shows it: lines counted
+// by line feeds, columns in characters, whichever way the text came.
+TEST_F(ReadWriteCommandsTest, AFaultInJsonTextIsPlacedByLineAndColumn) {
+  const std::string text = "{\n  \"servers\": [\"\xc3\xa9t\xc3\xa9\",\n    ]\n}";
+  const std::string expected =
+      "[1080] Invalid JSON text: Invalid value. at offset 29 (line 3, column 5)\n";
+  Outcome fromInput = Corvcfg({"set", "lab.net.dns"}, text);
+  EXPECT_EQ(fromInput.status, 1);
+  EXPECT_EQ(fromInput.err, expected);
+  Outcome fromOption = Corvcfg({"update", "lab.net.dns", "--json", text});
+  EXPECT_EQ(fromOption.err, expected);
+  Outcome fromFile = Corvcfg({"validate", "lab.net.dns", "--file", dir_.Write("v.json", text)});
+  EXPECT_EQ(fromFile.err, expected);
+  // Multi-byte characters on the line of the fault count one column each.
+  Outcome wide = Corvcfg({"set", "lab.net.dns", "--json", "{\"servers\": [\"\xc3\xa9\xc3\xa9\" x]}"});
+  EXPECT_EQ(wide.err, "[1080] Invalid JSON text: Missing a comma or ']' after an array element. at "
+                      "offset 20 (line 1, column 19)\n");
 }
 
 TEST_F(ReadWriteCommandsTest, AnUnknownKeyIsReportedByTheStore) {

@@ -80,6 +80,26 @@ TEST_F(SchemaCommandsTest, SchemaLoadFailuresPrintCodeAndMessage) {
   EXPECT_EQ(Run({"schema", "load"}).status, 2);
 }
 
+// The fault of a file that is not JSON is placed by line and column, as
+// for documents.
+TEST_F(SchemaCommandsTest, LoadsPlaceAJsonFaultByLineAndColumn) {
+  ASSERT_TRUE(env_.ProvisionStore());
+  std::string file = env_.Dir().Write("broken.json", "{\"corv\":\n  {\"net\": x}}");
+  ProgramResult schemas = Run({"schema", "load", file});
+  EXPECT_EQ(schemas.status, 1);
+  EXPECT_NE(schemas.err.find("[2000] Invalid JSON in schema file " + file +
+                             ": Invalid value. at offset 19 (line 2, column 11)\n"),
+            std::string::npos)
+      << schemas.err;
+  ASSERT_EQ(Run({"schema", "load", kExamples + "host-schemas.json"}).status, 0);
+  ProgramResult defaults = Run({"defaults", "load", file});
+  EXPECT_EQ(defaults.status, 1);
+  EXPECT_NE(defaults.err.find("[2000] Invalid JSON in defaults file " + file +
+                              ": Invalid value. at offset 19 (line 2, column 11)\n"),
+            std::string::npos)
+      << defaults.err;
+}
+
 TEST_F(SchemaCommandsTest, DefaultsLoadWritesDefaultRows) {
   ASSERT_TRUE(env_.ProvisionStore());
   ASSERT_EQ(Run({"schema", "load", kExamples + "host-schemas.json"}).status, 0);

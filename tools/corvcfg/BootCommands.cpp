@@ -1,6 +1,7 @@
 // `corvcfg boot` and `corvcfg kernel-options`: confirming what a boot
 // applied, the boot information, and the kernel options of the next boot.
 #include <corvconfigstore/HostOperations.h>
+#include <corvconfigstore/KeyValue.h>
 
 #include "Commands.h"
 #include "Input.h"
@@ -31,6 +32,16 @@ void RunUpdateKernelOptions(const ValueSource& source) {
   CorvConfigStore::UpdateKernelOptions(value.objects.front());
 }
 
+// The boot type recorded under BOOT_INFO. A store where no boot has recorded
+// one yet is told apart from a record that cannot be read: the library
+// fails alike for both.
+void RunBootInfo() {
+  if (CorvConfigStore::GetKeyValue("BOOT_INFO").empty())
+    throw CommandFailure(kExitAbsent,
+                         "No boot has been recorded: the key-value entry BOOT_INFO is empty");
+  PrintJson(std::to_string(CorvConfigStore::GetBootInfo()));
+}
+
 }  // namespace
 
 void AddBootCommands(CLI::App& app) {
@@ -52,8 +63,10 @@ void AddBootCommands(CLI::App& app) {
   partial->value = AddValueOptions(confirmPartial, "The part that was applied");
   confirmPartial->callback([partial] { RunConfirmPartial(*partial); });
 
-  boot->add_subcommand("info", "Print the type of the current boot, recorded under BOOT_INFO (a number)")
-      ->callback([] { PrintJson(std::to_string(CorvConfigStore::GetBootInfo())); });
+  boot->add_subcommand("info",
+                       "Print the type of the current boot, recorded under BOOT_INFO (a number); "
+                       "exit status 3 when no boot has recorded one")
+      ->callback(RunBootInfo);
 
   CLI::App* kernel = app.add_subcommand(
       "kernel-options", "The kernel options the next boot uses (corv.kestrel.options)");

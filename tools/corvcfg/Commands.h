@@ -4,9 +4,12 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <corvconfigstore/SchemaList.h>
 #include <corvconfigstore/Types.h>
 
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 // Exit statuses scripts branch on: 1 the store refused the command (a
 // validation or a rule), 2 the command line cannot be used, 3 nothing is
@@ -17,6 +20,19 @@ constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitAbsent = 3;
 constexpr int kExitUnavailable = 4;
+
+// A failure the program finds itself, outside the store's own errors: its
+// message goes to standard error as it is, and the program ends with the
+// status (kExitAbsent when nothing is there).
+class CommandFailure : public std::runtime_error {
+ public:
+  CommandFailure(int status, const std::string& message)
+      : std::runtime_error(message), status_(status) {}
+  int Status() const { return status_; }
+
+ private:
+  int status_;
+};
 
 // `corvcfg store ...`: setting up store databases.
 void AddStoreCommands(CLI::App& app);
@@ -41,6 +57,11 @@ void AddNextBootCommands(CLI::App& app);
 // `corvcfg boot ...` and `corvcfg kernel-options ...`.
 void AddBootCommands(CLI::App& app);
 
+// What the next-boot store holds for the keys of schemas tagged
+// @rebootRequiredConfigStore, as a document nested component, group, key; a
+// key with nothing staged is null. Keys without the tag are left out.
+std::string NextBootDocument(const std::vector<CorvConfigStore::SchemaInfo>& schemas);
+
 // --context external|internal on a writing command.
 CLI::Option* AddContextOption(CLI::App* command, std::string& context);
 CorvConfigStore::USERDATA_CONTEXT ContextNamed(const std::string& name);
@@ -49,5 +70,5 @@ CorvConfigStore::USERDATA_CONTEXT ContextNamed(const std::string& name);
 // status: 0 on success (help included), kExitFailure when the command threw
 // (a ConfigStoreException is printed as "[code] message" on standard error,
 // followed by the records of a ValidationException, one a line), kExitUsage
-// for a usage error.
+// for a usage error, the status of a CommandFailure after its message.
 int RunCommandLine(CLI::App& app, int argc, char** argv);

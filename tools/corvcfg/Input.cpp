@@ -37,6 +37,12 @@ std::string ReadValue(const ValueSource& source) {
   return ReadTextFile("-");
 }
 
+std::string ReadDocument(const std::string& file) {
+  if (file == "-" && IsTerminal(STDIN_FILENO))
+    throw CLI::ValidationError("A document is required: give FILE or standard input");
+  return ReadTextFile(file);
+}
+
 std::string ReadTextFile(const std::string& path) {
   const bool standardInput = path == "-";
   const std::string name = standardInput ? "standard input" : path;

@@ -25,6 +25,11 @@ std::shared_ptr<ValueSource> AddValueOptions(CLI::App* command, const std::strin
 // is not waited on: a usage error asks for the value instead.
 std::string ReadValue(const ValueSource& source);
 
+// The text of a document named on the command line: the file, or standard
+// input for "-". Standard input that is a terminal is not waited on: a
+// usage error asks for the document instead.
+std::string ReadDocument(const std::string& file);
+
 // The contents of a file, "-" meaning standard input. Throws
 // ConfigStoreException 1081 "Cannot read <path>: <reason>".
 std::string ReadTextFile(const std::string& path);

@@ -11,8 +11,20 @@
 
 // Parses text into document after the library has checked it, so that text
 // that is not JSON is refused with the library's own error (code 1080) and
-// nesting is bounded as everywhere else.
+// nesting is bounded as everywhere else. The error's message is followed by
+// the position of the fault: "... at offset 10 (line 1, column 11)".
 void ParseCheckedJson(const std::string& text, rapidjson::Document& document);
+
+// Called while a failure is handled: the library's refusal of text that is
+// not JSON, whose message ends with " at offset N", is thrown again with
+// " (line L, column C)" of that offset in text after the message (code and
+// details unchanged), so that the fault is found in an editor; any other
+// failure is thrown again as it is.
+[[noreturn]] void RethrowWithPosition(const std::string& text);
+
+// "line L, column C" of a byte offset into text: lines are counted from 1 by
+// line feeds, columns from 1 in characters (a UTF-8 sequence is one).
+std::string TextPosition(const std::string& text, size_t offset);
 
 // Compact text of a value.
 std::string JsonText(const rapidjson::Value& value);

@@ -1,13 +1,39 @@
-// `corvcfg kv`: reading and writing the store's key-value table.
+// `corvcfg kv`: reading, writing and listing the store's key-value table.
 #include <corvconfigstore/KeyValue.h>
 
 #include <iostream>
 #include <memory>
 
 #include "Commands.h"
+#include "JsonText.h"
+#include "Output.h"
+#include "Overview.h"
+
+namespace {
+
+// The table as one JSON object of texts, or as a table of keys and values.
+void RunList(const Format& format) {
+  const auto entries = CorvConfigStore::ListKeyValues();
+  if (format.Table()) {
+    std::vector<std::vector<std::string>> rows{{"KEY", "VALUE"}};
+    for (const auto& entry : entries) rows.push_back({entry.first, entry.second});
+    PrintTable(rows);
+    return;
+  }
+  JsonBuilder out;
+  out->StartObject();
+  for (const auto& entry : entries) {
+    out.Key(entry.first);
+    out.String(entry.second);
+  }
+  out->EndObject();
+  PrintJson(out.Text());
+}
+
+}  // namespace
 
 void AddKvCommands(CLI::App& app) {
-  CLI::App* kv = app.add_subcommand("kv", "Read and write the key-value table");
+  CLI::App* kv = app.add_subcommand("kv", "Read, write and list the key-value table");
 
   // The subcommands outlive this function; their arguments live with them.
   auto getKey = std::make_shared<std::string>();
@@ -21,4 +47,11 @@ void AddKvCommands(CLI::App& app) {
   set->add_option("KEY", *setKey, "Key to write")->required();
   set->add_option("VALUE", *setValue, "Value to store")->required();
   set->callback([setKey, setValue] { CorvConfigStore::SetKeyValue(*setKey, *setValue); });
+
+  CLI::App* list = kv->add_subcommand(
+      "list",
+      "Print every key and value of the table, ordered by key: a JSON object of texts, or a "
+      "table at a terminal");
+  Format format = AddFormat(list);
+  list->callback([format] { RunList(format); });
 }

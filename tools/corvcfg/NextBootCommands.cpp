@@ -27,7 +27,14 @@ std::shared_ptr<NextBootStore> OpenNextBootStore() {
 }
 
 void RunGet(const Target& target) {
-  std::optional<CorvConfigStore::SchemaInfo> schema = FindSchema(target.Name());
+  const ConfigName name = target.Name();
+  if (!name.IsKey()) {
+    if (target.idOption->count() > 0)
+      throw CLI::ValidationError("--id needs a key name component.group.key");
+    PrintJson(NextBootDocument(SchemasUnder(name)));
+    return;
+  }
+  std::optional<CorvConfigStore::SchemaInfo> schema = FindSchema(name);
   auto nextBoot = OpenNextBootStore();
   if (schema && schema->hasInstances && target.id.empty()) {
     PrintJson(ObjectsJson(nextBoot->GetInstances(
@@ -56,8 +63,11 @@ void AddNextBootCommands(CLI::App& app) {
       "@rebootRequiredConfigStore); refused while the host boots or upgrades");
 
   CLI::App* get = nextBoot->add_subcommand(
-      "get", "Print what is staged: the value, every instance (an array) or one instance (--id)");
-  auto getTarget = AddTarget(get);
+      "get",
+      "Print what is staged: the value, every instance (an array), one instance (--id), or for "
+      "a group or component every key of it written for the next boot (a document nested "
+      "component, group, key)");
+  auto getTarget = AddTarget(get, kScopes);
   get->callback([getTarget] { RunGet(*getTarget); });
 
   auto stage = std::make_shared<StageOptions>();

@@ -6,7 +6,6 @@
 #include <corvconfigstore/ConfigStore.h>
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/StoreContents.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <iostream>
@@ -18,30 +17,11 @@
 #include "Names.h"
 #include "Objects.h"
 #include "Output.h"
+#include "Overview.h"
 
 using CorvConfigStore::LayerValues;
 
 namespace {
-
-// How an overview is printed: as a table when standard output is a
-// terminal, unless asked otherwise.
-struct Format {
-  CLI::Option* json = nullptr;
-  CLI::Option* table = nullptr;
-
-  bool Table() const {
-    if (json->count() > 0) return false;
-    return table->count() > 0 || IsTerminal(STDOUT_FILENO);
-  }
-};
-
-Format AddFormat(CLI::App* command) {
-  Format format;
-  format.json = command->add_flag("--json", "Print JSON, also at a terminal");
-  format.table = command->add_flag("--table", "Print a table, also when not at a terminal");
-  format.json->excludes(format.table);
-  return format;
-}
 
 std::string DottedName(const std::string& component, const std::string& group,
                        const std::string& key) {
@@ -58,25 +38,6 @@ void PutValue(JsonBuilder& out, const std::string& json) {
 
 // A value for a table cell: compact JSON, "-" when empty.
 std::string Cell(const std::string& json) { return json.empty() ? "-" : json; }
-
-// Prints rows as columns padded to their widest cell; the last column is
-// not padded.
-void PrintTable(const std::vector<std::vector<std::string>>& rows) {
-  std::vector<size_t> widths;
-  for (const auto& row : rows)
-    for (size_t i = 0; i < row.size(); ++i) {
-      if (widths.size() <= i) widths.push_back(0);
-      widths[i] = std::max(widths[i], row[i].size());
-    }
-  for (const auto& row : rows) {
-    for (size_t i = 0; i < row.size(); ++i) {
-      std::cout << row[i];
-      if (i + 1 < row.size()) std::cout << std::string(widths[i] - row[i].size() + 2, ' ');
-    }
-    std::cout << '\n';
-  }
-  std::cout.flush();
-}
 
 // The scope a NAME names: a component or a group, or everything.
 void Scope(const Target& target, std::string& component, std::string& group) {
@@ -166,10 +127,19 @@ void RunKeys(const KeysOptions& options) {
 }
 
 void RunPending(const Target& target, const Format& format) {
-  std::string component, group;
-  Scope(target, component, group);
+  ConfigName name;
+  if (!target.name.empty()) {
+    name = target.Name();
+    SchemasUnder(name);  // an unknown name is refused rather than listing nothing
+  }
   std::vector<CorvConfigStore::PendingConfig> pending =
-      CorvConfigStore::ListPendingConfig(component, group);
+      CorvConfigStore::ListPendingConfig(name.component, name.group);
+  if (name.IsKey())
+    pending.erase(std::remove_if(pending.begin(), pending.end(),
+                                 [&name](const CorvConfigStore::PendingConfig& entry) {
+                                   return entry.id.key != name.key;
+                                 }),
+                  pending.end());
   if (format.Table()) {
     std::vector<std::vector<std::string>> rows{{"KEY", "ID", "STATE", "IN FORCE", "PENDING"}};
     for (const auto& entry : pending)
@@ -351,8 +321,9 @@ void AddOverviewCommands(CLI::App& app) {
 
   CLI::App* pending = app.add_subcommand(
       "pending",
-      "List what the next boot changes: values awaiting boot confirmation, desired values and "
-      "the next-boot store, with the value in force beside each");
+      "List what the next boot changes, for every key or for the component, group or key "
+      "NAME: values awaiting boot confirmation, desired values and the next-boot store, with "
+      "the value in force beside each");
   auto pendingTarget = AddTarget(pending, kScopes | kNoId | kOptionalName);
   Format pendingFormat = AddFormat(pending);
   pending->callback(

@@ -21,6 +21,14 @@ namespace {
 enum class View { kCurrent, kDefault, kDesired, kNextBoot };
 enum class Defaults { kAsStored, kWith, kWithout };
 
+// What a read shows: the view, the shipped defaults of the current
+// instances, and the layers of a desired value.
+struct Reading {
+  View view = View::kCurrent;
+  Defaults defaults = Defaults::kAsStored;
+  CorvConfigStore::FLAG flag = CorvConfigStore::FLAG_USER_ONLY;
+};
+
 struct GetOptions {
   std::shared_ptr<Target> target;
   CLI::Option* defaultView = nullptr;
@@ -45,6 +53,7 @@ struct GetOptions {
     return allLayers->count() > 0 ? CorvConfigStore::FLAG_WITH_VITAL_CACHED
                                   : CorvConfigStore::FLAG_USER_ONLY;
   }
+  Reading Chosen() const { return Reading{GetView(), GetDefaults(), Flag()}; }
 };
 
 // The stored instances of a key, with the shipped defaults added or taken
@@ -62,20 +71,20 @@ ObjectList CurrentInstances(ConfigStore& store, const ConfigName& key, Defaults 
 // as an array when no instance is named, else the one object (null when
 // there is none).
 std::string ReadKey(const std::shared_ptr<ConfigStore>& store, const ConfigName& key,
-                    const std::string& instanceId, bool allInstances, const GetOptions& options) {
+                    const std::string& instanceId, bool allInstances, const Reading& reading) {
   const CorvConfigStore::ConfigStoreObjectId id = IdOf(key, instanceId);
   auto filter = [&key] { return std::make_shared<FilterSpecObject>(IdOf(key)); };
-  switch (options.GetView()) {
+  switch (reading.view) {
     case View::kCurrent:
-      if (allInstances) return ObjectsJson(CurrentInstances(*store, key, options.GetDefaults()));
+      if (allInstances) return ObjectsJson(CurrentInstances(*store, key, reading.defaults));
       return ObjectJson(store->Get(id));
     case View::kDefault:
       if (allInstances) return ObjectsJson(store->GetDefaultConfigInstances(filter()));
       return ObjectJson(store->GetDefaultConfig(id));
     case View::kDesired:
       if (allInstances)
-        return ObjectsJson(CorvConfigStore::GetDesiredUserConfigInstances(id, options.Flag()));
-      return ObjectJson(CorvConfigStore::GetDesiredUserConfig(id, options.Flag()));
+        return ObjectsJson(CorvConfigStore::GetDesiredUserConfigInstances(id, reading.flag));
+      return ObjectJson(CorvConfigStore::GetDesiredUserConfig(id, reading.flag));
     case View::kNextBoot:
       if (allInstances) return ObjectsJson(store->GetNextBootStore()->GetInstances(filter()));
       return ObjectJson(store->GetNextBootStore()->Get(id));
@@ -86,13 +95,13 @@ std::string ReadKey(const std::shared_ptr<ConfigStore>& store, const ConfigName&
 // A document nested component, group, key of every key in a view other
 // than the current one; a key with nothing in the view is null, as in an
 // export. The next-boot view covers only keys written for the next boot.
-std::string ReadDocument(const std::vector<SchemaInfo>& schemas, const GetOptions& options) {
+std::string ReadDocument(const std::vector<SchemaInfo>& schemas, const Reading& reading) {
   auto store = ConfigStore::GetStore("");
   JsonBuilder document;
   document->StartObject();
   const SchemaInfo* previous = nullptr;
   for (const SchemaInfo& schema : schemas) {
-    if (options.GetView() == View::kNextBoot && !schema.rebootRequired) continue;
+    if (reading.view == View::kNextBoot && !schema.rebootRequired) continue;
     bool newComponent = previous == nullptr || previous->component != schema.component;
     bool newGroup = newComponent || previous->group != schema.group;
     if (previous != nullptr && newGroup) document->EndObject();
@@ -105,7 +114,7 @@ std::string ReadDocument(const std::vector<SchemaInfo>& schemas, const GetOption
       document.Key(schema.group);
       document->StartObject();
     }
-    std::string value = ReadKey(store, NameOf(schema), "", schema.hasInstances, options);
+    std::string value = ReadKey(store, NameOf(schema), "", schema.hasInstances, reading);
     document.Key(schema.key);
     document.Raw(value == "[]" ? "null" : value);
     previous = &schema;
@@ -128,7 +137,7 @@ void RunGet(const GetOptions& options) {
       throw CLI::ValidationError("--with-defaults and --without-defaults need a key name");
     std::vector<SchemaInfo> schemas = SchemasUnder(name);
     if (options.GetView() != View::kCurrent) {
-      PrintJson(ReadDocument(schemas, options));
+      PrintJson(ReadDocument(schemas, options.Chosen()));
       return;
     }
     PrintJsonStream([&schemas](const CorvConfigStore::TextSink& sink,
@@ -154,7 +163,7 @@ void RunGet(const GetOptions& options) {
     });
     return;
   }
-  PrintJson(ReadKey(ConfigStore::GetStore(""), name, instanceId, allInstances, options));
+  PrintJson(ReadKey(ConfigStore::GetStore(""), name, instanceId, allInstances, options.Chosen()));
 }
 
 void RunIds(const Target& target) {
@@ -187,6 +196,12 @@ void RunRevisions(const Target& target) {
 }
 
 }  // namespace
+
+std::string NextBootDocument(const std::vector<SchemaInfo>& schemas) {
+  Reading reading;
+  reading.view = View::kNextBoot;
+  return ReadDocument(schemas, reading);
+}
 
 void AddReadCommands(CLI::App& app) {
   auto options = std::make_shared<GetOptions>();

@@ -61,6 +61,9 @@ int RunCommandLine(CLI::App& app, int argc, char** argv) {
   } catch (const CorvConfigStore::ConfigStoreException& error) {
     PrintStoreFailure(error);
     return kExitFailure;
+  } catch (const CommandFailure& failure) {
+    std::cerr << failure.what() << std::endl;
+    return failure.Status();
   } catch (const std::exception& error) {
     std::cerr << error.what() << std::endl;
     return kExitFailure;

@@ -1,5 +1,6 @@
 // `corvcfg schema` and `corvcfg defaults`: filling the schema store and the
 // shipped defaults of the store from JSON files, and showing the schemas.
+#include <corvconfigstore/Exceptions.h>
 #include <corvconfigstore/HostOperations.h>
 #include <corvconfigstore/Provisioning.h>
 #include <corvconfigstore/SchemaList.h>
@@ -8,6 +9,7 @@
 #include <memory>
 
 #include "Commands.h"
+#include "Input.h"
 #include "JsonText.h"
 #include "Names.h"
 #include "Output.h"
@@ -70,6 +72,25 @@ void RunVersion(const Target& target) {
   std::cout << version << std::endl;
 }
 
+// Loads a file with the library; a fault in its JSON text is placed by line
+// and column, read from the file again only then.
+int LoadPlacingJsonFaults(const std::string& file, int (*load)(const std::string&)) {
+  try {
+    return load(file);
+  } catch (const CorvConfigStore::ConfigStoreException&) {
+    std::string text;
+    bool readable = true;
+    try {
+      text = ReadTextFile(file);
+    } catch (const CorvConfigStore::ConfigStoreException&) {
+      readable = false;
+    }
+    // A file that cannot be read again leaves the first failure as it was.
+    if (!readable) throw;
+    RethrowWithPosition(text);
+  }
+}
+
 }  // namespace
 
 void AddSchemaCommands(CLI::App& app) {
@@ -81,7 +102,7 @@ void AddSchemaCommands(CLI::App& app) {
   auto file = std::make_shared<std::string>();
   load->add_option("FILE", *file, "Schema file")->required()->type_name("FILE");
   load->callback([file] {
-    int count = CorvConfigStore::LoadSchemaFile(*file);
+    int count = LoadPlacingJsonFaults(*file, CorvConfigStore::LoadSchemaFile);
     std::cout << "Loaded " << Count(count, "key schema", "key schemas") << " from " << *file
               << " into " << CorvConfigStore::SchemaStorePath() << std::endl;
   });
@@ -123,7 +144,7 @@ void AddDefaultsCommands(CLI::App& app) {
   auto file = std::make_shared<std::string>();
   load->add_option("FILE", *file, "Defaults file")->required()->type_name("FILE");
   load->callback([file] {
-    int count = CorvConfigStore::LoadDefaultsFile(*file);
+    int count = LoadPlacingJsonFaults(*file, CorvConfigStore::LoadDefaultsFile);
     std::cout << "Loaded " << Count(count, "default row", "default rows") << " from " << *file
               << " into " << CorvConfigStore::ConfigStorePath() << std::endl;
   });

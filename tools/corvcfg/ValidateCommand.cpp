@@ -8,6 +8,7 @@
 
 #include "Commands.h"
 #include "Input.h"
+#include "JsonText.h"
 #include "Names.h"
 #include "Objects.h"
 
@@ -15,6 +16,7 @@ namespace {
 
 struct ValidateOptions {
   std::shared_ptr<Target> target;
+  std::string documentFile;
   CLI::Option* documentOption = nullptr;
   std::shared_ptr<ValueSource> value;
 };
@@ -41,6 +43,9 @@ void ValidateKeyValue(const Target& target, const std::string& text) {
 }
 
 void ValidateWholeDocument(const std::string& text) {
+  // Text that is not JSON is refused with the position of its fault.
+  rapidjson::Document parsed;
+  ParseCheckedJson(text, parsed);
   std::vector<CorvConfigStore::ErrorInfo> errors;
   if (!CorvConfigStore::ValidateImport(text, errors)) ThrowInvalid("The document is not valid", errors);
   std::cout << "Document: valid" << std::endl;
@@ -49,6 +54,12 @@ void ValidateWholeDocument(const std::string& text) {
 void RunValidate(const ValidateOptions& options) {
   if (options.target->nameOption->count() == 0 && options.documentOption->count() == 0)
     throw CLI::ValidationError("Give a key NAME, or --document");
+  if (options.documentOption->count() > 0 && !options.documentFile.empty()) {
+    if (options.value->jsonOption->count() > 0 || options.value->fileOption->count() > 0)
+      throw CLI::ValidationError("Give the document as FILE, --json TEXT or --file PATH, not two");
+    ValidateWholeDocument(ReadDocument(options.documentFile));
+    return;
+  }
   const std::string text = ReadValue(*options.value);
   if (options.documentOption->count() > 0) {
     ValidateWholeDocument(text);
@@ -64,11 +75,18 @@ void AddValidateCommand(CLI::App& app) {
   CLI::App* validate = app.add_subcommand(
       "validate",
       "Check a key's value (an object, or an array of instances) against the key's schema, or "
-      "with --document a whole document as import would; nothing is written");
+      "with --document a whole document (from FILE, --json, --file or standard input) as import "
+      "would; nothing is written");
   options->target = AddTarget(validate, kOptionalName);
   options->target->idOption->needs(options->target->nameOption);
   options->documentOption =
-      validate->add_flag("--document", "Check a whole document nested component, group, key")
+      validate
+          ->add_option("--document", options->documentFile,
+                       "Check a whole document nested component, group, key: from FILE (\"-\": "
+                       "standard input), or from --json, --file or standard input when FILE is "
+                       "left out")
+          ->expected(0, 1)
+          ->type_name("[FILE]")
           ->excludes(options->target->nameOption)
           ->excludes(options->target->idOption);
   options->value = AddValueOptions(validate, "The value or document");

@@ -54,6 +54,14 @@ _corvcfg() {
     --db | --schema-db | --file | --output | -o)
       COMPREPLY=($(compgen -f -- "$cur"))
       return ;;
+    --document)
+      # The document's file, or the options that give it instead.
+      if [[ $cur == -* ]]; then
+        COMPREPLY=($(compgen -W "--json --file" -- "$cur"))
+      else
+        COMPREPLY=($(compgen -f -- "$cur"))
+      fi
+      return ;;
     --layer)
       COMPREPLY=($(compgen -W "all user vital cached" -- "$cur"))
       return ;;
@@ -89,7 +97,8 @@ _corvcfg() {
     "boot confirm-partial") options="--id --json --file"; names=1 ;;
     kernel-options) subcommands="get update" ;;
     "kernel-options update") options="--json --file" ;;
-    kv) subcommands="get set" ;;
+    kv) subcommands="get set list" ;;
+    "kv list") options="--json --table" ;;
     schema) subcommands="list show version load" ;;
     "schema list") options="--names"; names=1 ;;
     "schema show" | "schema version") names=1 ;;
