@@ -149,11 +149,15 @@ TEST_F(OverviewCommandsTest, DiffNamesTheMembersTheNextBootChanges) {
 
 TEST_F(OverviewCommandsTest, DiffRefusesUnknownKeysAndMisusedIds) {
   Outcome unknown = Corvcfg({"diff", "lab.net.nope"});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_EQ(unknown.err, "[1037] Schema not found for: comp lab grp net key nope\n");
+  EXPECT_EQ(unknown.status, 3);
+  EXPECT_EQ(unknown.err,
+            "[1037] Schema not found for: lab.net.nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
   Outcome singleton = Corvcfg({"diff", "lab.net.dns", "--id", "x"});
   EXPECT_EQ(singleton.status, 1);
-  EXPECT_EQ(singleton.err, "[2000] Singleton object cannot contain instanceId\n");
+  EXPECT_EQ(singleton.err,
+            "[2000] Singleton object cannot contain instanceId\n"
+            "hint: lab.net.dns has no instances; leave out --id\n");
 }
 
 }  // namespace

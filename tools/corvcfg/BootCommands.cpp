@@ -3,6 +3,7 @@
 #include <corvconfigstore/HostOperations.h>
 
 #include "Commands.h"
+#include "Failures.h"
 #include "Input.h"
 #include "Names.h"
 #include "Objects.h"
@@ -57,9 +58,16 @@ void AddBootCommands(CLI::App& app) {
 
   CLI::App* kernel = app.add_subcommand(
       "kernel-options", "The kernel options the next boot uses (corv.kestrel.options)");
-  kernel->add_subcommand("get", "Print the kernel options the next boot will use")->callback([] {
-    PrintJson(ObjectJson(CorvConfigStore::GetKernelOptions(IdOf(kKernelOptions))));
-  });
+  kernel
+      ->add_subcommand("get",
+                       "Print the kernel options the next boot will use; null, and exit status "
+                       "3, when there are none")
+      ->callback([] {
+        const std::string value =
+            ObjectJson(CorvConfigStore::GetKernelOptions(IdOf(kKernelOptions)));
+        PrintJson(value);
+        if (value == "null") ThrowAbsent();
+      });
   CLI::App* update = kernel->add_subcommand(
       "update",
       "Merge options (a JSON object) into the kernel options for the next boot; refused while "

@@ -40,14 +40,16 @@ void AddOverviewCommands(CLI::App& app);
 void AddNextBootCommands(CLI::App& app);
 // `corvcfg boot ...` and `corvcfg kernel-options ...`.
 void AddBootCommands(CLI::App& app);
+// `corvcfg help [COMMAND...]`.
+void AddHelpCommand(CLI::App& app);
 
 // --context external|internal on a writing command.
 CLI::Option* AddContextOption(CLI::App* command, std::string& context);
 CorvConfigStore::USERDATA_CONTEXT ContextNamed(const std::string& name);
 
 // Parses the command line and runs the chosen command. Returns the exit
-// status: 0 on success (help included), kExitFailure when the command threw
-// (a ConfigStoreException is printed as "[code] message" on standard error,
-// followed by the records of a ValidationException, one a line), kExitUsage
-// for a usage error.
+// status: 0 on success (help and version included), kExitUsage for a usage
+// error (an unknown command with the commands it may be a slip for), else
+// the status of the Failure the command threw, or of the library's failure
+// as Explain reports it (printed on standard error).
 int RunCommandLine(CLI::App& app, int argc, char** argv);

@@ -6,6 +6,7 @@
 
 #include "Commands.h"
 #include "Deletion.h"
+#include "Failures.h"
 #include "Input.h"
 #include "Names.h"
 #include "Objects.h"
@@ -34,7 +35,9 @@ void RunGet(const Target& target) {
         std::make_shared<CorvConfigStore::FilterSpecObject>(target.Id()))));
     return;
   }
-  PrintJson(ObjectJson(nextBoot->Get(target.Id())));
+  const std::string value = ObjectJson(nextBoot->Get(target.Id()));
+  PrintJson(value);
+  if (value == "null") ThrowAbsent();
 }
 
 void RunSet(const StageOptions& options) {
@@ -56,7 +59,9 @@ void AddNextBootCommands(CLI::App& app) {
       "@rebootRequiredConfigStore); refused while the host boots or upgrades");
 
   CLI::App* get = nextBoot->add_subcommand(
-      "get", "Print what is staged: the value, every instance (an array) or one instance (--id)");
+      "get",
+      "Print what is staged: the value, every instance (an array) or one instance (--id); null, "
+      "and exit status 3, when nothing is");
   auto getTarget = AddTarget(get);
   get->callback([getTarget] { RunGet(*getTarget); });
 
