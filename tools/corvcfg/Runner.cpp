@@ -120,6 +120,7 @@ void AddHelpCommand(CLI::App& app) {
                      "Print the help of a command, as COMMAND --help does (of the program "
                      "without one)")
       ->add_option("COMMAND", "A command, and a command of its group")
+      ->expected(0, CLI::detail::expected_max_vector_size)
       ->type_name("");
 }
 
