@@ -30,13 +30,6 @@ bool Exists(const std::string& path) {
   return stat(path.c_str(), &status) == 0;
 }
 
-// The store cannot be used at all: it cannot be opened, or a database call
-// failed, which the library reports with the database's reason as a detail
-// (locked, read-only, not a database, damaged, I/O).
-bool StoreUnusable(const ConfigStoreException& error, bool connecting) {
-  return connecting || !error.GetDetails().empty();
-}
-
 void AddStoreHints(Failure& failure, const ConfigStoreException& error, bool connecting) {
   const std::string store = CorvConfigStore::ConfigStorePath();
   if (connecting) {
@@ -46,13 +39,12 @@ void AddStoreHints(Failure& failure, const ConfigStoreException& error, bool con
                  "creates one");
     return;
   }
-  for (const std::string& detail : error.GetDetails()) {
-    if (detail == "database is locked" || detail == "database is busy")
+  // SQLite's words for a write lock another connection holds past the busy
+  // time-out.
+  for (const std::string& detail : error.GetDetails())
+    if (detail == "database is locked")
       failure.Hint("another process is writing to the store " + store +
                    "; try again once it has finished");
-    else if (detail == "attempt to write a readonly database")
-      failure.Hint("the store " + store + " cannot be written by this user");
-  }
 }
 
 // Hints for the rules the store enforces, by the library's fixed messages.
@@ -118,7 +110,10 @@ Failure Explain(const ConfigStoreException& error, const Invocation& at) {
   }
   const bool connecting = error.GetErrorCode() == CorvConfigStore::CS_ERR_DB_CONNECTION ||
                           message == "Failed to connect to database";
-  const bool unusable = StoreUnusable(error, connecting);
+  // The store cannot be used at all: it cannot be opened, or a database call
+  // failed, which the library reports with the database's reason as a
+  // detail (locked, read-only, not a database, damaged, I/O).
+  const bool unusable = connecting || !error.GetDetails().empty();
   Failure failure(unusable ? kExitUnavailable : kExitFailure,
                   "[" + std::to_string(error.GetErrorCode()) + "] " + message);
   for (const std::string& detail : error.GetDetails()) failure.Cause(detail);
