@@ -1,4 +1,5 @@
-// Configuration names: checking, splitting, and finding their schemas.
+// Configuration names: checking, splitting, finding their schemas, and
+// answering a name the schema store does not know.
 #include "Names.h"
 
 #include <corvconfigstore/Provisioning.h>

@@ -73,6 +73,7 @@ std::optional<CorvConfigStore::SchemaInfo> FindSchema(const ConfigName& key);
 // keys, groups or components as the name is one. Exit status 4 and the
 // cause when the schema store cannot be read.
 Failure UnknownName(const std::string& name);
+// Throws UnknownName(name).
 [[noreturn]] void ThrowSchemaNotFound(const std::string& name);
 
 // The key schemas a name covers, in order. Throws UnknownName when it
