@@ -65,30 +65,26 @@ show() {
   printf '%s\n' "$line"
 }
 
-# Prints the command, runs it, shows its output (standard error included)
-# and keeps it in $output. The command must succeed.
-run() {
+# Prints the command (after the expected exit status and what it means),
+# runs it, shows its output (standard error included) and keeps it in
+# $output. The command must end with the expected status.
+run_expecting() {
+  local expected=$1 meaning=$2
+  shift 2
   show "$@"
   local status=0
   output="$("$@" 2>&1)" || status=$?
   [ -z "$output" ] || printf '%s\n' "$output"
-  if [ "$status" -ne 0 ]; then
-    echo "!! expected success, exit status $status"
+  if [ "$status" -ne "$expected" ]; then
+    echo "!! expected $meaning (exit status $expected), got $status"
     failures=$((failures + 1))
   fi
 }
 
-# The same for a command that must be refused (exit status 1).
-refused() {
-  show "$@"
-  local status=0
-  output="$("$@" 2>&1)" || status=$?
-  [ -z "$output" ] || printf '%s\n' "$output"
-  if [ "$status" -ne 1 ]; then
-    echo "!! expected refusal (exit status 1), got $status"
-    failures=$((failures + 1))
-  fi
-}
+# A command that must succeed, be refused, or answer that nothing is there.
+run() { run_expecting 0 success "$@"; }
+refused() { run_expecting 1 refusal "$@"; }
+absent() { run_expecting 3 "nothing there" "$@"; }
 
 # Checks that the last output holds the text.
 expect() {
@@ -127,9 +123,12 @@ expect "Loaded 7 key schemas"
 run corvcfg defaults load "$schemas/host-defaults.json"
 run corvcfg schema list --names
 expect "corv.net.dns"
+note "a mistyped name is answered with the names it may be a slip for:"
+absent corvcfg get corv.net.dnss
+expect "hint: did you mean corv.net.dns?"
 
 section "Reads: nothing stored yet, the shipped defaults, then a value"
-run corvcfg get corv.net.dns
+absent corvcfg get corv.net.dns
 expect_exactly "null"
 note "the shipped default, loaded from host-defaults.json, is kept apart:"
 run corvcfg get --default corv.net.dns
@@ -182,7 +181,7 @@ note "every key of the group written for the next boot, as a document:"
 run corvcfg next-boot get corv.boot
 expect "{\"corv\":{\"boot\":{\"settings\":{"
 note "the live value is untouched until the host boots and applies it:"
-run corvcfg get corv.boot.settings
+absent corvcfg get corv.boot.settings
 expect_exactly "null"
 run corvcfg kv get BOOT_MODE
 expect_exactly "4"
@@ -190,13 +189,14 @@ run corvcfg kernel-options update --json '{"hugepages": 4, "extraArguments": ["q
 run corvcfg kernel-options get
 expect "\"hugepages\":4"
 note "the running kernel options are still unset:"
-run corvcfg get corv.kestrel.options
+absent corvcfg get corv.kestrel.options
 expect_exactly "null"
 
 section "The host boots: external writes wait, boot-exempt keys and confirmation go on"
 run corvcfg kv set IS_BOOT true
 refused corvcfg update corv.net.dns --json '{"ndots": 3}'
 expect "API cannot be invoked with EXTERNAL context during boot"
+expect "hint: wait until the boot has ended, or write as the host itself with --context internal"
 refused corvcfg next-boot get corv.boot.settings
 expect "NextBootStore is not supported during the upgrade or boot phase"
 note "corv.time.ntp is \"bootExempt\" in its schema:"
@@ -224,7 +224,7 @@ note "context 2 is stored unconfirmed: only the upgrade and the desired view see
 run upgrading_corvcfg set corv.time.ntp --json '{"enabled": false, "servers": ["ntp.example.net"]}'
 run upgrading_corvcfg get corv.time.ntp
 expect "\"enabled\":false"
-run corvcfg get corv.time.ntp
+absent corvcfg get corv.time.ntp
 expect_exactly "null"
 run corvcfg get --desired corv.time.ntp
 expect "\"enabled\":false"
@@ -245,7 +245,7 @@ expect_exactly "Document: valid"
 run corvcfg get corv.net.dns
 dns_before="$output"
 run corvcfg delete corv.net.dns
-run corvcfg get corv.net.dns
+absent corvcfg get corv.net.dns
 expect_exactly "null"
 run corvcfg import export.json
 expect "Imported 3 keys"

@@ -35,4 +35,11 @@ struct CORV_EXPORT SchemaInfo {
 // holds none.
 CORV_EXPORT std::vector<SchemaInfo> ListSchemas();
 
+// Why the schema store named by CORV_SCHEMASTORE_DB cannot be read, which
+// ListSchemas does not tell apart from a store that holds no schema: empty
+// when it can be read (schemas or none), "no such file" when there is no
+// file, else the file system's or the database's reason ("file is not a
+// database", "no such table: Schema", "database is locked", ...).
+CORV_EXPORT std::string SchemaStoreFault();
+
 }  // namespace CorvConfigStore

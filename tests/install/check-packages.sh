@@ -71,7 +71,7 @@ expect_depends "$library" libsqlite3-0 libuuid1 libpcre2-8-0 libstdc++6 libc6
 expect_depends "$development" "libcorvconfigstore0 (= $version)" rapidjson-dev
 expect_depends "$tools" "libcorvconfigstore0 (= $version)" libstdc++6
 [ "$(field "$library" Section)" = libs ] || fail "library package not in section libs"
-dpkg-deb --ctrl-tarfile "$library" | tar -tf - | grep -q '^\./shlibs$' ||
+dpkg-deb --ctrl-tarfile "$library" | tar -tf - | grep '^\./shlibs$' >/dev/null ||
   fail "library package without shlibs file"
 
 # Unpacked into a root of their own, the program runs from there and works
@@ -79,10 +79,10 @@ dpkg-deb --ctrl-tarfile "$library" | tar -tf - | grep -q '^\./shlibs$' ||
 root="$work/root"
 for package in "$library" "$development" "$tools"; do dpkg -x "$package" "$root"; done
 corvcfg() { env -u LD_LIBRARY_PATH "$root/usr/bin/corvcfg" --db "$work/store.db" --schema-db "$work/schemas.db" "$@"; }
-corvcfg --help | grep -q "^Usage: corvcfg" || fail "unpacked corvcfg does not run"
+corvcfg --help | grep "^Usage: corvcfg" >/dev/null || fail "unpacked corvcfg does not run"
 corvcfg store init >/dev/null || fail "unpacked corvcfg cannot set up a store"
 corvcfg kv set PACKAGE_CHECK unpacked || fail "unpacked corvcfg cannot write"
 [ "$(corvcfg kv get PACKAGE_CHECK)" = unpacked ] || fail "unpacked corvcfg does not read back"
-MANPATH="$root/usr/share/man" man -P cat corvcfg 2>/dev/null | grep -q "EXIT STATUS" ||
+MANPATH="$root/usr/share/man" man -P cat corvcfg 2>/dev/null | grep "EXIT STATUS" >/dev/null ||
   fail "man does not find the unpacked manual page"
 echo "package check passed"

@@ -2,11 +2,15 @@
 // store derives from it.
 #include <corvconfigstore/SchemaList.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <fstream>
 
 #include "support/StoreEnvironment.h"
 
 using CorvConfigStore::ListSchemas;
 using CorvConfigStore::SchemaInfo;
+using CorvConfigStore::SchemaStoreFault;
 
 namespace {
 
@@ -69,6 +73,27 @@ TEST(SchemaListTest, SeesSchemasLoadedLater) {
   ASSERT_EQ(env.LoadSchemas(R"({"corv": {"a": {"two": {"type": "object"}}}})", "two.json"), 1);
   ASSERT_EQ(ListSchemas().size(), 2u);
   EXPECT_EQ(ListSchemas()[1].key, "two");
+}
+
+TEST(SchemaListTest, AReadableSchemaStoreHasNoFault) {
+  CorvTest::StoreEnvironment env;
+  ASSERT_EQ(env.LoadSchemas(R"({"corv": {"a": {"one": {"type": "object"}}}})"), 1);
+  EXPECT_EQ(SchemaStoreFault(), "");
+}
+
+TEST(SchemaListTest, ASchemaStoreThatCannotBeReadSaysWhy) {
+  CorvTest::StoreEnvironment env;
+  // Each of these lists nothing; the fault tells them apart.
+  EXPECT_EQ(SchemaStoreFault(), "no such file");
+  std::ofstream(env.SchemaStorePath()) << "this is no database, only some text";
+  EXPECT_TRUE(ListSchemas().empty());
+  EXPECT_EQ(SchemaStoreFault(), "file is not a database");
+  // A database, but not a schema store: the store database itself (the
+  // environment restores the variable).
+  ASSERT_TRUE(env.ProvisionStore());
+  setenv("CORV_SCHEMASTORE_DB", env.StorePath().c_str(), 1);
+  EXPECT_TRUE(ListSchemas().empty());
+  EXPECT_EQ(SchemaStoreFault(), "no such table: Schema");
 }
 
 }  // namespace

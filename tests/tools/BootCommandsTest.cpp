@@ -12,7 +12,7 @@ class BootCommandsTest : public CorvTest::CorvcfgTest {
 };
 
 TEST_F(BootCommandsTest, NextBootSetGetAndReset) {
-  EXPECT_EQ(Ok({"next-boot", "get", "lab.boot.settings"}), "null\n");
+  EXPECT_EQ(Absent({"next-boot", "get", "lab.boot.settings"}), "null\n");
   Outcome set = Corvcfg({"next-boot", "set", "lab.boot.settings", "--json", R"({"timeout": 10})"});
   EXPECT_EQ(set.status, 0) << set.err;
   EXPECT_EQ(set.out, "");
@@ -20,7 +20,7 @@ TEST_F(BootCommandsTest, NextBootSetGetAndReset) {
   EXPECT_EQ(Ok({"get", "lab.boot.settings", "--next-boot"}), "{\"timeout\":10}\n");
   EXPECT_EQ(Ok({"get", "lab", "--next-boot"}), "{\"lab\":{\"boot\":{\"settings\":{\"timeout\":10}}}}\n");
   // Staged configuration is not current configuration.
-  EXPECT_EQ(Ok({"get", "lab.boot.settings"}), "null\n");
+  EXPECT_EQ(Absent({"get", "lab.boot.settings"}), "null\n");
   // Pending next-boot configuration is marked in the key-value table.
   EXPECT_EQ(Ok({"kv", "get", "BOOT_MODE"}), "4\n");
 
@@ -28,14 +28,14 @@ TEST_F(BootCommandsTest, NextBootSetGetAndReset) {
   EXPECT_EQ(Ok({"next-boot", "get", "lab.boot.settings"}), "{\"timeout\":20}\n");
   Outcome reset = Corvcfg({"next-boot", "reset", "lab.boot.settings"});
   EXPECT_EQ(reset.status, 0) << reset.err;
-  EXPECT_EQ(Ok({"next-boot", "get", "lab.boot.settings"}), "null\n");
+  EXPECT_EQ(Absent({"next-boot", "get", "lab.boot.settings"}), "null\n");
 }
 
 TEST_F(BootCommandsTest, NextBootDeleteStagesADeletion) {
   Ok({"next-boot", "set", "lab.boot.settings", "--json", R"({"timeout": 10})"});
   Ok({"next-boot", "delete", "lab.boot.settings"});
   // A staged deletion reads as nothing staged.
-  EXPECT_EQ(Ok({"next-boot", "get", "lab.boot.settings"}), "null\n");
+  EXPECT_EQ(Absent({"next-boot", "get", "lab.boot.settings"}), "null\n");
 }
 
 TEST_F(BootCommandsTest, NextBootRefusals) {
@@ -57,20 +57,22 @@ TEST_F(BootCommandsTest, NextBootRefusals) {
   Ok({"kv", "set", "IS_BOOT", "true"});
   Outcome booting = Corvcfg({"next-boot", "get", "lab.boot.settings"});
   EXPECT_EQ(booting.status, 1);
-  EXPECT_EQ(booting.err, "[2000] NextBootStore is not supported during the upgrade or boot phase\n");
+  EXPECT_EQ(booting.err,
+            "[2000] NextBootStore is not supported during the upgrade or boot phase\n"
+            "hint: the host is booting or upgrading; wait until it has ended\n");
   Ok({"kv", "set", "IS_BOOT", "false"});
-  EXPECT_EQ(Ok({"next-boot", "get", "lab.boot.settings"}), "null\n");
+  EXPECT_EQ(Absent({"next-boot", "get", "lab.boot.settings"}), "null\n");
 }
 
 TEST_F(BootCommandsTest, KernelOptionsAreConfirmedByTheBoot) {
-  EXPECT_EQ(Ok({"kernel-options", "get"}), "null\n");
+  EXPECT_EQ(Absent({"kernel-options", "get"}), "null\n");
   Outcome update = Corvcfg({"kernel-options", "update", "--json", R"({"hugepages": 4})"});
   EXPECT_EQ(update.status, 0) << update.err;
   EXPECT_EQ(update.out, "");
   Ok({"kernel-options", "update"}, R"({"quiet": true})");
   EXPECT_TRUE(CorvTest::SameJson(Ok({"kernel-options", "get"}), R"({"hugepages": 4, "quiet": true})"));
   // Pending until a boot confirms it.
-  EXPECT_EQ(Ok({"get", "corv.kestrel.options"}), "null\n");
+  EXPECT_EQ(Absent({"get", "corv.kestrel.options"}), "null\n");
   EXPECT_TRUE(CorvTest::SameJson(Ok({"get", "corv.kestrel.options", "--desired"}),
                                  R"({"hugepages": 4, "quiet": true})"));
 
@@ -78,7 +80,7 @@ TEST_F(BootCommandsTest, KernelOptionsAreConfirmedByTheBoot) {
   EXPECT_EQ(confirm.status, 0) << confirm.err;
   EXPECT_EQ(confirm.out, "");
   EXPECT_TRUE(CorvTest::SameJson(Ok({"get", "corv.kestrel.options"}), R"({"hugepages": 4, "quiet": true})"));
-  EXPECT_EQ(Ok({"get", "corv.kestrel.options", "--desired"}), "null\n");
+  EXPECT_EQ(Absent({"get", "corv.kestrel.options", "--desired"}), "null\n");
 
   Outcome invalid = Corvcfg({"kernel-options", "update", "--json", R"({"hugepages": -2})"});
   EXPECT_EQ(invalid.status, 1);
@@ -140,8 +142,10 @@ TEST_F(BootCommandsTest, NextBootGetOfAGroupOrComponent) {
   EXPECT_EQ(id.status, 2);
   EXPECT_EQ(id.err, "--id needs a key name component.group.key\nRun with --help for more information.\n");
   Outcome unknown = Corvcfg({"next-boot", "get", "nope"});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_EQ(unknown.err, "[1037] Schema not found for: nope\n");
+  EXPECT_EQ(unknown.status, 3);
+  EXPECT_EQ(unknown.err,
+            "[1037] Schema not found for: nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
 }
 
 }  // namespace

@@ -69,8 +69,12 @@ TEST_F(CompletionTest, TheScriptIsValidBash) {
 
 TEST_F(CompletionTest, EveryCommandOfTheProgramIsCompleted) {
   std::set<std::string> commands = CommandsInHelp(Ok({"--help"}));
-  EXPECT_EQ(commands.size(), 19u);
+  EXPECT_EQ(commands.size(), 20u);
   EXPECT_EQ(Complete(schemaStore_, "\"\""), commands);
+  // help takes the name of any other command.
+  std::set<std::string> others = commands;
+  others.erase("help");
+  EXPECT_EQ(Complete(schemaStore_, "help \"\""), others);
   for (const char* group : {"next-boot", "boot", "kernel-options", "kv", "schema", "defaults", "store"})
     EXPECT_EQ(Complete(schemaStore_, std::string(group) + " \"\""),
               CommandsInHelp(Ok({group, "--help"})))
@@ -81,6 +85,7 @@ TEST_F(CompletionTest, OptionsAndTheirValuesAreCompleted) {
   std::set<std::string> options = Complete(schemaStore_, "set lab.net.dns --");
   for (const char* option : {"--id", "--json", "--file", "--layer", "--context", "--db", "--pretty"})
     EXPECT_EQ(options.count(option), 1u) << option;
+  EXPECT_EQ(Complete(schemaStore_, "delete lab.net.dns --must").count("--must-exist"), 1u);
   EXPECT_EQ(Complete(schemaStore_, "set lab.net.dns --layer \"\""),
             (std::set<std::string>{"all", "user", "vital", "cached"}));
   EXPECT_EQ(Complete(schemaStore_, "update lab.net.dns --context \"\""),

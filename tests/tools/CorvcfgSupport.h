@@ -270,18 +270,32 @@ class CorvcfgTest : public ::testing::Test {
 
   // Runs a command that must succeed and returns its standard output.
   std::string Ok(const std::vector<std::string>& args, const std::string& input = "") {
-    Outcome run = Corvcfg(args, input);
-    EXPECT_EQ(run.status, 0) << "corvcfg failed:" << [&] {
-      std::string line;
-      for (const std::string& arg : args) line += " " + arg;
-      return line;
-    }() << "\n" << run.err;
-    return run.out;
+    return Expect(0, args, input);
+  }
+  // Runs a command whose answer is that nothing is there (exit status 3,
+  // nothing on standard error) and returns its standard output.
+  std::string Absent(const std::vector<std::string>& args, const std::string& input = "") {
+    return Expect(3, args, input);
   }
 
   CorvTest::TempDir dir_;
   std::string store_;
   std::string schemaStore_;
+
+ private:
+  std::string Expect(int status, const std::vector<std::string>& args, const std::string& input) {
+    Outcome run = Corvcfg(args, input);
+    const std::string line = [&] {
+      std::string words;
+      for (const std::string& arg : args) words += " " + arg;
+      return words;
+    }();
+    EXPECT_EQ(run.status, status) << "corvcfg" << line << "\n" << run.err;
+    if (status != 0) {
+      EXPECT_EQ(run.err, "") << "corvcfg" << line;
+    }
+    return run.out;
+  }
 };
 
 inline std::string ReadText(const std::string& path) {

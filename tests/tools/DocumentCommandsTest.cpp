@@ -73,9 +73,11 @@ TEST_F(DocumentCommandsTest, ExportOfNamedKeysGroupsAndComponents) {
   // A name given twice is exported once.
   EXPECT_TRUE(SameJson(Ok({"export", "lab.net", "lab.net.dns"}), Ok({"export", "lab.net"})));
   Outcome unknown = Corvcfg({"export", "lab.net.dns", "nope"});
-  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.status, 3);
   EXPECT_EQ(unknown.out, "");
-  EXPECT_EQ(unknown.err, "[1037] Schema not found for: nope\n");
+  EXPECT_EQ(unknown.err,
+            "[1037] Schema not found for: nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
 }
 
 TEST_F(DocumentCommandsTest, ExportFollowsTheOutputStyle) {
@@ -105,7 +107,7 @@ TEST_F(DocumentCommandsTest, ImportFromStandardInputReplacesWhatItNames) {
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out, "Imported 2 keys, 1 instance from standard input into " + store_ + "\n");
   EXPECT_EQ(Ok({"ids", "lab.net.nics"}), "[\"eth9\"]\n");
-  EXPECT_EQ(Ok({"get", "lab.net.dns"}), "null\n");
+  EXPECT_EQ(Absent({"get", "lab.net.dns"}), "null\n");
   // Keys the document does not name stay.
   EXPECT_EQ(Ok({"get", "lab.net.routes"}), "[{\"to\":\"a\",\"via\":\"b\"}]\n");
   Ok({"import", "-"}, R"({"lab": {"net": {"dns": {"ndots": 7}}}})");

@@ -84,9 +84,13 @@ TEST_F(OutputAndUsageTest, FilesThatCannotBeReadAreReported) {
 
 TEST_F(OutputAndUsageTest, AMissingStoreIsAStoreError) {
   Outcome run = Corvcfg({"--db", dir_.File("absent.db"), "get", "lab.net.dns"});
-  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.status, 4);
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, "[2000] Failed to connect to database\n");
+  EXPECT_EQ(run.err,
+            "[2000] Failed to connect to database\n"
+            "  cause: " + dir_.File("absent.db") + ": no such file\n"
+            "hint: --db PATH or CORV_CONFIGSTORE_DB names the store; `corvcfg store init` "
+            "creates one\n");
 }
 
 TEST_F(OutputAndUsageTest, EveryCommandHasHelpWithTheExitStatuses) {
@@ -124,7 +128,8 @@ TEST_F(OutputAndUsageTest, EveryCommandHasHelpWithTheExitStatuses) {
       {"defaults"},
       {"defaults", "load"},
       {"store"},
-      {"store", "init"}};
+      {"store", "init"},
+      {"help"}};
   for (std::vector<std::string> command : commands) {
     std::string name = "corvcfg";
     for (const std::string& word : command) name += " " + word;
@@ -134,7 +139,10 @@ TEST_F(OutputAndUsageTest, EveryCommandHasHelpWithTheExitStatuses) {
     EXPECT_NE(run.out.find("Usage: " + name + " "), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("\nExit status: 0 success; 1 the store refused the command or it "
                            "failed (\"[code] message\" on standard error, validation records "
-                           "below it as \"  location: message\"); 2 usage error.\n"),
+                           "below it as \"  location: message\"); 2 usage error; 3 nothing "
+                           "there: no value stored (get prints null), no such instance, "
+                           "key-value entry or key; 4 the store or the schema store cannot be "
+                           "opened, or is locked, read-only or damaged.\n"),
               std::string::npos)
         << name << "\n"
         << run.out;
@@ -142,13 +150,16 @@ TEST_F(OutputAndUsageTest, EveryCommandHasHelpWithTheExitStatuses) {
 }
 
 TEST_F(OutputAndUsageTest, VerboseShowsTheLibrarysLog) {
+  // The log has the library's own words; the failure names the key dotted.
+  const std::string unknown =
+      "[1037] Schema not found for: lab.net.nope\n"
+      "hint: `corvcfg schema list --names` lists the known keys\n";
   Outcome quiet = Corvcfg({"get", "lab.net.nope"});
-  EXPECT_EQ(quiet.err, "[1037] Schema not found for: comp lab grp net key nope\n");
+  EXPECT_EQ(quiet.err, unknown);
   Outcome verbose = Corvcfg({"-v", "get", "lab.net.nope"});
-  EXPECT_EQ(verbose.status, 1);
+  EXPECT_EQ(verbose.status, 3);
   EXPECT_EQ(verbose.err,
-            "corvcfg: log 0: [1037] Schema not found for: comp lab grp net key nope\n"
-            "[1037] Schema not found for: comp lab grp net key nope\n");
+            "corvcfg: log 0: [1037] Schema not found for: comp lab grp net key nope\n" + unknown);
   // -vvv lets the traces of the store's operations through.
   Outcome traces = Corvcfg({"-vvv", "get", "lab.net.dns"});
   EXPECT_EQ(traces.status, 0);

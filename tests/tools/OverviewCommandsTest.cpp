@@ -118,8 +118,8 @@ TEST_F(OverviewCommandsTest, PendingOfOneKeyAndOfWhatAwaitsConfirmation) {
             "up.net.links       eth1  awaiting-confirmation  -         {\"name\":\"eth1\",\"mtu\":9000}\n");
   EXPECT_EQ(Ok({"pending", "lab.net.dns"}), "[]\n");
   Outcome unknown = Corvcfg({"pending", "lab.nett"});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_EQ(unknown.err, "[1037] Schema not found for: lab.nett\n");
+  EXPECT_EQ(unknown.status, 3);
+  EXPECT_EQ(unknown.err, "[1037] Schema not found for: lab.nett\nhint: did you mean lab.net?\n");
 }
 
 TEST_F(OverviewCommandsTest, KvListPrintsTheKeyValueTable) {
@@ -196,11 +196,15 @@ TEST_F(OverviewCommandsTest, DiffNamesTheMembersTheNextBootChanges) {
 
 TEST_F(OverviewCommandsTest, DiffRefusesUnknownKeysAndMisusedIds) {
   Outcome unknown = Corvcfg({"diff", "lab.net.nope"});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_EQ(unknown.err, "[1037] Schema not found for: comp lab grp net key nope\n");
+  EXPECT_EQ(unknown.status, 3);
+  EXPECT_EQ(unknown.err,
+            "[1037] Schema not found for: lab.net.nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
   Outcome singleton = Corvcfg({"diff", "lab.net.dns", "--id", "x"});
   EXPECT_EQ(singleton.status, 1);
-  EXPECT_EQ(singleton.err, "[2000] Singleton object cannot contain instanceId\n");
+  EXPECT_EQ(singleton.err,
+            "[2000] Singleton object cannot contain instanceId\n"
+            "hint: lab.net.dns has no instances; leave out --id\n");
 }
 
 }  // namespace

@@ -24,8 +24,8 @@ TEST_F(ReadWriteCommandsTest, SetThenGetAKeyWithoutInstances) {
 }
 
 TEST_F(ReadWriteCommandsTest, GetOfNothingStoredPrintsNull) {
-  EXPECT_EQ(Ok({"get", "lab.net.dns"}), "null\n");
-  EXPECT_EQ(Ok({"get", "lab.net.nics", "--id", "eth7"}), "null\n");
+  EXPECT_EQ(Absent({"get", "lab.net.dns"}), "null\n");
+  EXPECT_EQ(Absent({"get", "lab.net.nics", "--id", "eth7"}), "null\n");
   // Every instance of a key with instances: an empty array.
   EXPECT_EQ(Ok({"get", "lab.net.nics"}), "[]\n");
 }
@@ -92,12 +92,16 @@ TEST_F(ReadWriteCommandsTest, AFaultInJsonTextIsPlacedByLineAndColumn) {
 
 TEST_F(ReadWriteCommandsTest, AnUnknownKeyIsReportedByTheStore) {
   Outcome run = Corvcfg({"get", "lab.net.nope"});
-  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.status, 3);
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, "[1037] Schema not found for: comp lab grp net key nope\n");
+  EXPECT_EQ(run.err,
+            "[1037] Schema not found for: lab.net.nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
   Outcome scope = Corvcfg({"get", "lab.nope"});
-  EXPECT_EQ(scope.status, 1);
-  EXPECT_EQ(scope.err, "[1037] Schema not found for: lab.nope\n");
+  EXPECT_EQ(scope.status, 3);
+  EXPECT_EQ(scope.err,
+            "[1037] Schema not found for: lab.nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
 }
 
 TEST_F(ReadWriteCommandsTest, UpdateMergesIntoTheStoredValue) {
@@ -144,7 +148,7 @@ TEST_F(ReadWriteCommandsTest, InstancesAreSetReadListedAndDeleted) {
   EXPECT_TRUE(SameJson(Ok({"ids", "lab.net.nics"}), R"(["eth0", "eth1", "eth2", "eth3"])"));
 
   Ok({"delete", "lab.net.nics", "--id", "eth2"});
-  EXPECT_EQ(Ok({"get", "lab.net.nics", "--id", "eth2"}), "null\n");
+  EXPECT_EQ(Absent({"get", "lab.net.nics", "--id", "eth2"}), "null\n");
   Ok({"delete", "lab.net.nics", "--filter", R"({"mtu": 1300})"});
   EXPECT_TRUE(SameJson(Ok({"ids", "lab.net.nics"}), R"(["eth0", "eth1"])"));
   Ok({"delete", "lab.net.nics", "--all"});
@@ -176,11 +180,13 @@ TEST_F(ReadWriteCommandsTest, DeleteOfAKeyWithoutInstances) {
   Outcome run = Corvcfg({"delete", "lab.net.dns"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(Ok({"get", "lab.net.dns"}), "null\n");
+  EXPECT_EQ(Absent({"get", "lab.net.dns"}), "null\n");
   // --all is for keys with instances; the store says so.
   Outcome all = Corvcfg({"delete", "lab.net.dns", "--all"});
   EXPECT_EQ(all.status, 1);
-  EXPECT_EQ(all.err, "[2000] API called for singleton object, non-singleton expected\n");
+  EXPECT_EQ(all.err,
+            "[2000] API called for singleton object, non-singleton expected\n"
+            "hint: lab.net.dns has no instances; leave out --all and --filter\n");
   Outcome filter = Corvcfg({"delete", "lab.net.nics", "--filter", "[1]"});
   EXPECT_EQ(filter.status, 1);
   EXPECT_EQ(filter.err, "[1030] The filter must be a JSON object\n");
@@ -213,20 +219,25 @@ TEST_F(ReadWriteCommandsTest, LayersAreWrittenApartAndReadMerged) {
 
 TEST_F(ReadWriteCommandsTest, DuringBootOnlyInternalWritesOfUserDataPass) {
   Ok({"kv", "set", "IS_BOOT", "true"});
+  const std::string booting =
+      "[2000] API cannot be invoked with EXTERNAL context during boot\n"
+      "  cause: the host is booting: IS_BOOT is true in the key-value table of " + store_ + "\n"
+      "hint: wait until the boot has ended, or write as the host itself with --context "
+      "internal\n";
   Outcome external = Corvcfg({"set", "lab.net.dns", "--json", R"({"ndots": 3})"});
   EXPECT_EQ(external.status, 1);
-  EXPECT_EQ(external.err, "[2000] API cannot be invoked with EXTERNAL context during boot\n");
+  EXPECT_EQ(external.err, booting);
   Outcome update = Corvcfg({"update", "lab.net.dns", "--json", R"({"ndots": 3})"});
   EXPECT_EQ(update.status, 1);
-  EXPECT_EQ(update.err, "[2000] API cannot be invoked with EXTERNAL context during boot\n");
-  EXPECT_EQ(Ok({"get", "lab.net.dns"}), "null\n");
+  EXPECT_EQ(update.err, booting);
+  EXPECT_EQ(Absent({"get", "lab.net.dns"}), "null\n");
   Ok({"set", "lab.net.dns", "--context", "internal", "--json", R"({"ndots": 3})"});
   EXPECT_EQ(Ok({"get", "lab.net.dns"}), "{\"ndots\":3}\n");
   EXPECT_EQ(Corvcfg({"set", "lab.net.dns", "--context", "outside", "--json", "{}"}).status, 2);
 }
 
 TEST_F(ReadWriteCommandsTest, RevisionsOfAKeyWithoutInstancesAreOneNumber) {
-  EXPECT_EQ(Ok({"revisions", "lab.net.dns"}), "-1\n");
+  EXPECT_EQ(Absent({"revisions", "lab.net.dns"}), "-1\n");
   Ok({"set", "lab.net.dns", "--json", R"({"ndots": 2})"});
   EXPECT_EQ(Ok({"revisions", "lab.net.dns"}), "1\n");
 }
@@ -259,7 +270,7 @@ TEST_F(ReadWriteCommandsTest, ViewsOfAKey) {
   EXPECT_TRUE(SameJson(Ok({"get", "lab.net.nics", "--with-defaults"}),
                        R"([{"name": "eth0"}, {"name": "lo", "mtu": 65536}])"));
   // Nothing is pending for a boot to confirm.
-  EXPECT_EQ(Ok({"get", "lab.net.dns", "--desired"}), "null\n");
+  EXPECT_EQ(Absent({"get", "lab.net.dns", "--desired"}), "null\n");
 
   Outcome views = Corvcfg({"get", "lab.net.dns", "--default", "--next-boot"});
   EXPECT_EQ(views.status, 2);

@@ -117,7 +117,7 @@ TEST_F(SchemaCommandsTest, DefaultsLoadFailuresPrintCodeAndMessage) {
   std::string file = kExamples + "host-defaults.json";
   // No store database yet.
   ProgramResult result = Run({"defaults", "load", file});
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.status, 4);
   EXPECT_NE(result.err.find("[1002] " +
                             CorvConfigStore::Format(CorvConfigStore::ErrorMessageForId(1002),
                                                     env_.StorePath().c_str()) +

@@ -31,12 +31,15 @@ TEST_F(SchemaListCommandsTest, ListOfAComponentGroupOrKeyAndNamesOnly) {
   EXPECT_EQ(Ok({"schema", "list", "lab.net.dns"}),
             "[{\"name\":\"lab.net.dns\",\"version\":\"2.1\",\"instances\":false,\"nextBoot\":false}]\n");
   Outcome none = Corvcfg({"schema", "list", "lab.none"});
-  EXPECT_EQ(none.status, 1);
-  EXPECT_EQ(none.err, "[1037] Schema not found for: lab.none\n");
+  EXPECT_EQ(none.status, 3);
+  EXPECT_EQ(none.err,
+            "[1037] Schema not found for: lab.none\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
 }
 
 TEST_F(SchemaListCommandsTest, AnEmptySchemaStoreListsNothing) {
   schemaStore_ = dir_.File("empty-schema.db");
+  Ok({"schema", "load", dir_.Write("none.json", "{}")});
   EXPECT_EQ(Ok({"schema", "list"}), "[]\n");
   EXPECT_EQ(Ok({"schema", "list", "--names"}), "");
 }
@@ -52,9 +55,11 @@ TEST_F(SchemaListCommandsTest, ShowPrintsTheSchemaTheStoreUses) {
             std::string::npos)
       << routes;
   Outcome unknown = Corvcfg({"schema", "show", "lab.net.nope"});
-  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.status, 3);
   EXPECT_EQ(unknown.out, "");
-  EXPECT_EQ(unknown.err, "[1037] Schema not found for: lab.net.nope\n");
+  EXPECT_EQ(unknown.err,
+            "[1037] Schema not found for: lab.net.nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
   EXPECT_EQ(Corvcfg({"schema", "show", "lab.net"}).status, 2);
 }
 
@@ -62,8 +67,10 @@ TEST_F(SchemaListCommandsTest, VersionPrintsTheSchemaVersion) {
   EXPECT_EQ(Ok({"schema", "version", "lab.net.dns"}), "2.1\n");
   EXPECT_EQ(Ok({"schema", "version", "lab.net.nics"}), "1.0\n");
   Outcome unknown = Corvcfg({"schema", "version", "lab.net.nope"});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_EQ(unknown.err, "[1037] Schema not found for: lab.net.nope\n");
+  EXPECT_EQ(unknown.status, 3);
+  EXPECT_EQ(unknown.err,
+            "[1037] Schema not found for: lab.net.nope\n"
+            "hint: `corvcfg schema list --names` lists the known keys\n");
 }
 
 }  // namespace

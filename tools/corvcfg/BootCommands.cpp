@@ -4,6 +4,7 @@
 #include <corvconfigstore/KeyValue.h>
 
 #include "Commands.h"
+#include "Failures.h"
 #include "Input.h"
 #include "Names.h"
 #include "Objects.h"
@@ -37,8 +38,7 @@ void RunUpdateKernelOptions(const ValueSource& source) {
 // fails alike for both.
 void RunBootInfo() {
   if (CorvConfigStore::GetKeyValue("BOOT_INFO").empty())
-    throw CommandFailure(kExitAbsent,
-                         "No boot has been recorded: the key-value entry BOOT_INFO is empty");
+    ThrowAbsent("No boot has been recorded: the key-value entry BOOT_INFO is empty");
   PrintJson(std::to_string(CorvConfigStore::GetBootInfo()));
 }
 
@@ -70,9 +70,16 @@ void AddBootCommands(CLI::App& app) {
 
   CLI::App* kernel = app.add_subcommand(
       "kernel-options", "The kernel options the next boot uses (corv.kestrel.options)");
-  kernel->add_subcommand("get", "Print the kernel options the next boot will use")->callback([] {
-    PrintJson(ObjectJson(CorvConfigStore::GetKernelOptions(IdOf(kKernelOptions))));
-  });
+  kernel
+      ->add_subcommand("get",
+                       "Print the kernel options the next boot will use; null, and exit status "
+                       "3, when there are none")
+      ->callback([] {
+        const std::string value =
+            ObjectJson(CorvConfigStore::GetKernelOptions(IdOf(kKernelOptions)));
+        PrintJson(value);
+        if (value == "null") ThrowAbsent();
+      });
   CLI::App* update = kernel->add_subcommand(
       "update",
       "Merge options (a JSON object) into the kernel options for the next boot; refused while "

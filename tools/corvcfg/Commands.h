@@ -21,19 +21,6 @@ constexpr int kExitUsage = 2;
 constexpr int kExitAbsent = 3;
 constexpr int kExitUnavailable = 4;
 
-// A failure the program finds itself, outside the store's own errors: its
-// message goes to standard error as it is, and the program ends with the
-// status (kExitAbsent when nothing is there).
-class CommandFailure : public std::runtime_error {
- public:
-  CommandFailure(int status, const std::string& message)
-      : std::runtime_error(message), status_(status) {}
-  int Status() const { return status_; }
-
- private:
-  int status_;
-};
-
 // `corvcfg store ...`: setting up store databases.
 void AddStoreCommands(CLI::App& app);
 // `corvcfg kv ...`: the key-value table.
@@ -56,6 +43,8 @@ void AddOverviewCommands(CLI::App& app);
 void AddNextBootCommands(CLI::App& app);
 // `corvcfg boot ...` and `corvcfg kernel-options ...`.
 void AddBootCommands(CLI::App& app);
+// `corvcfg help [COMMAND...]`.
+void AddHelpCommand(CLI::App& app);
 
 // What the next-boot store holds for the keys of schemas tagged
 // @rebootRequiredConfigStore, as a document nested component, group, key; a
@@ -67,8 +56,8 @@ CLI::Option* AddContextOption(CLI::App* command, std::string& context);
 CorvConfigStore::USERDATA_CONTEXT ContextNamed(const std::string& name);
 
 // Parses the command line and runs the chosen command. Returns the exit
-// status: 0 on success (help included), kExitFailure when the command threw
-// (a ConfigStoreException is printed as "[code] message" on standard error,
-// followed by the records of a ValidationException, one a line), kExitUsage
-// for a usage error, the status of a CommandFailure after its message.
+// status: 0 on success (help and version included), kExitUsage for a usage
+// error (an unknown command with the commands it may be a slip for), else
+// the status of the Failure the command threw, or of the library's failure
+// as Explain reports it (printed on standard error).
 int RunCommandLine(CLI::App& app, int argc, char** argv);

@@ -29,3 +29,14 @@ void RunDeletion(
   else
     deleteOne(target.Id());
 }
+
+std::string NothingToDelete(const Deletion& deletion) {
+  const Target& target = *deletion.target;
+  if (deletion.filterOption->count() > 0)
+    return "Nothing to delete: no instance of " + target.name + " matches the filter";
+  if (deletion.allOption->count() > 0)
+    return "Nothing to delete: " + target.name + " has no instances";
+  if (!target.id.empty())
+    return "Nothing to delete: " + target.name + " has no instance " + target.id;
+  return "Nothing to delete: " + target.name + " holds no value";
+}

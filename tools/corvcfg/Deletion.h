@@ -29,3 +29,8 @@ void RunDeletion(
     const std::function<void(const CorvConfigStore::ConfigStoreObjectId&)>& deleteOne,
     const std::function<void(const std::shared_ptr<CorvConfigStore::FilterSpecObject>&)>&
         deleteMatching);
+
+// What a deletion that found nothing says: "Nothing to delete: lab.net.dns
+// holds no value", "... lab.net.nics has no instance eth9", "... lab.net.nics
+// has no instances", "... no instance of lab.net.nics matches the filter".
+std::string NothingToDelete(const Deletion& deletion);

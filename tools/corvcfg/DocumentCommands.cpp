@@ -100,7 +100,7 @@ class StreamCounter {
 // The keys the names cover, each once, in the schema store's order; every
 // key when no name is given.
 std::vector<SchemaInfo> ExportedKeys(const std::vector<std::string>& names) {
-  if (names.empty()) return CorvConfigStore::ListSchemas();
+  if (names.empty()) return KnownSchemas();
   std::set<std::string> wanted;
   for (const std::string& name : names) {
     for (const SchemaInfo& schema : SchemasUnder(ParseName(name))) wanted.insert(NameOf(schema).Text());

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "Commands.h"
+#include "Failures.h"
 #include "JsonText.h"
 #include "Output.h"
 #include "Overview.h"
@@ -37,9 +38,17 @@ void AddKvCommands(CLI::App& app) {
 
   // The subcommands outlive this function; their arguments live with them.
   auto getKey = std::make_shared<std::string>();
-  CLI::App* get = kv->add_subcommand("get", "Print the value of a key (empty when absent)");
+  CLI::App* get = kv->add_subcommand(
+      "get",
+      "Print the value of a key; nothing, and exit status 3, when the key holds none (it is "
+      "absent, or its value is empty)");
   get->add_option("KEY", *getKey, "Key to read")->required();
-  get->callback([getKey] { std::cout << CorvConfigStore::GetKeyValue(*getKey) << std::endl; });
+  get->callback([getKey] {
+    // The table does not tell an absent key from an empty value.
+    const std::string value = CorvConfigStore::GetKeyValue(*getKey);
+    if (value.empty()) ThrowAbsent();
+    std::cout << value << std::endl;
+  });
 
   auto setKey = std::make_shared<std::string>();
   auto setValue = std::make_shared<std::string>();

@@ -19,9 +19,12 @@ const char* const kFooter =
     "Output: JSON, indented when standard output is a terminal, compact otherwise.\n"
     "Exit status: 0 success; 1 the store refused the command or it failed (\"[code] message\" "
     "on standard error, validation records below it as \"  location: message\"); 2 usage "
-    "error.\n"
+    "error; 3 nothing there: no value stored (get prints null), no such instance, key-value "
+    "entry or key; 4 the store or the schema store cannot be opened, or is locked, read-only "
+    "or damaged.\n"
     "A failure whose cause the store knows, such as a locked or unusable database, is followed "
-    "by \"  cause: reason\" lines.";
+    "by \"  cause: reason\" lines. Where there is something to try, \"hint: ...\" lines "
+    "follow.";
 
 void AddFooter(CLI::App* app) {
   app->footer(kFooter);
@@ -42,6 +45,7 @@ int main(int argc, char** argv) {
   CLI::App app{"Sets up, reads and writes the host configuration store.", "corvcfg"};
   // Global options are accepted after a command's name too.
   app.fallthrough();
+  app.set_version_flag("--version", "corvcfg " CORVCFG_VERSION, "Print the program's version");
 
   // The library finds its databases through the environment, so the global
   // options set it; option callbacks run before any command.
@@ -77,6 +81,7 @@ int main(int argc, char** argv) {
   AddSchemaCommands(app);
   AddDefaultsCommands(app);
   AddStoreCommands(app);
+  AddHelpCommand(app);
   AddFooter(&app);
 
   return RunCommandLine(app, argc, argv);

@@ -1,9 +1,13 @@
-// Configuration names: checking, splitting, and finding their schemas.
+// Configuration names: checking, splitting, finding their schemas, and
+// answering a name the schema store does not know.
 #include "Names.h"
 
-#include <corvconfigstore/Exceptions.h>
+#include <corvconfigstore/Provisioning.h>
 
 #include <cctype>
+
+#include "Commands.h"
+#include "Suggest.h"
 
 namespace {
 
@@ -87,6 +91,14 @@ CorvConfigStore::ConfigStoreObjectId IdOf(const ConfigName& key, const std::stri
   return CorvConfigStore::ConfigStoreObjectId(key.key, key.group, key.component, instanceId);
 }
 
+std::vector<CorvConfigStore::SchemaInfo> KnownSchemas() {
+  std::vector<CorvConfigStore::SchemaInfo> schemas = CorvConfigStore::ListSchemas();
+  // An empty list is also what a schema store that cannot be read gives.
+  if (schemas.empty())
+    if (std::optional<Failure> failure = SchemaStoreFailure()) throw *failure;
+  return schemas;
+}
+
 std::optional<CorvConfigStore::SchemaInfo> FindSchema(const ConfigName& key) {
   for (CorvConfigStore::SchemaInfo& schema : CorvConfigStore::ListSchemas())
     if (schema.component == key.component && schema.group == key.group && schema.key == key.key)
@@ -106,8 +118,26 @@ std::vector<CorvConfigStore::SchemaInfo> SchemasUnder(const ConfigName& name) {
   return covered;
 }
 
-void ThrowSchemaNotFound(const std::string& name) {
-  std::string message = "Schema not found for: " + name;
-  throw CorvConfigStore::ConfigStoreException(CorvConfigStore::CS_ERR_SCHEMA_NOT_FOUND,
-                                              message.c_str());
+Failure UnknownName(const std::string& name) {
+  const std::string line = "[1037] Schema not found for: " + name;
+  if (std::optional<Failure> failure = SchemaStoreFailure(line)) return *failure;
+  Failure failure(kExitAbsent, line);
+  std::vector<CorvConfigStore::SchemaInfo> schemas = CorvConfigStore::ListSchemas();
+  if (schemas.empty())
+    return failure.Hint("the schema store " + CorvConfigStore::SchemaStorePath() +
+                        " holds no key schema; `corvcfg schema load FILE` loads them");
+  // Names of the same kind as the one given: keys, groups or components.
+  const size_t parts = Split(name).size();
+  std::vector<std::string> candidates;
+  for (const CorvConfigStore::SchemaInfo& schema : schemas) {
+    ConfigName known = NameOf(schema);
+    if (parts < 3) known.key.clear();
+    if (parts < 2) known.group.clear();
+    candidates.push_back(known.Text());
+  }
+  std::string suggestion = DidYouMean(Nearest(name, candidates));
+  return failure.Hint(suggestion.empty() ? "`corvcfg schema list --names` lists the known keys"
+                                         : suggestion);
 }
+
+void ThrowSchemaNotFound(const std::string& name) { throw UnknownName(name); }

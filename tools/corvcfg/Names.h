@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "Failures.h"
+
 struct ConfigName {
   std::string component;
   std::string group;  // empty when a component is named
@@ -58,13 +60,22 @@ std::shared_ptr<Target> AddTarget(CLI::App* command, unsigned flags = kKeyName);
 // The identifier of a key with the instance id.
 CorvConfigStore::ConfigStoreObjectId IdOf(const ConfigName& key, const std::string& instanceId = "");
 
+// Every key schema of the schema store, in order. Throws a Failure (exit
+// status 4) when the schema store cannot be read.
+std::vector<CorvConfigStore::SchemaInfo> KnownSchemas();
+
 // The schema of a key; none when the schema store has none (the library
 // then reports the key as unknown).
 std::optional<CorvConfigStore::SchemaInfo> FindSchema(const ConfigName& key);
 
-// Throws ConfigStoreException 1037 "Schema not found for: <name>".
+// A name the schema store does not know: "[1037] Schema not found for:
+// <name>" (exit status 3) with a hint: the names it may be a slip for, of
+// keys, groups or components as the name is one. Exit status 4 and the
+// cause when the schema store cannot be read.
+Failure UnknownName(const std::string& name);
+// Throws UnknownName(name).
 [[noreturn]] void ThrowSchemaNotFound(const std::string& name);
 
-// The key schemas a name covers, in order. Throws ConfigStoreException 1037
-// "Schema not found for: <name>" when it covers none.
+// The key schemas a name covers, in order. Throws UnknownName when it
+// covers none.
 std::vector<CorvConfigStore::SchemaInfo> SchemasUnder(const ConfigName& name);

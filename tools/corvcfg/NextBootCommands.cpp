@@ -6,6 +6,7 @@
 
 #include "Commands.h"
 #include "Deletion.h"
+#include "Failures.h"
 #include "Input.h"
 #include "Names.h"
 #include "Objects.h"
@@ -41,7 +42,9 @@ void RunGet(const Target& target) {
         std::make_shared<CorvConfigStore::FilterSpecObject>(target.Id()))));
     return;
   }
-  PrintJson(ObjectJson(nextBoot->Get(target.Id())));
+  const std::string value = ObjectJson(nextBoot->Get(target.Id()));
+  PrintJson(value);
+  if (value == "null") ThrowAbsent();
 }
 
 void RunSet(const StageOptions& options) {
@@ -66,7 +69,7 @@ void AddNextBootCommands(CLI::App& app) {
       "get",
       "Print what is staged: the value, every instance (an array), one instance (--id), or for "
       "a group or component every key of it written for the next boot (a document nested "
-      "component, group, key)");
+      "component, group, key); null, and exit status 3, when nothing is");
   auto getTarget = AddTarget(get, kScopes);
   get->callback([getTarget] { RunGet(*getTarget); });
 

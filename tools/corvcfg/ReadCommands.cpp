@@ -7,6 +7,7 @@
 #include <corvconfigstore/NextBootStore.h>
 
 #include "Commands.h"
+#include "Failures.h"
 #include "JsonText.h"
 #include "Names.h"
 #include "Objects.h"
@@ -163,7 +164,10 @@ void RunGet(const GetOptions& options) {
     });
     return;
   }
-  PrintJson(ReadKey(ConfigStore::GetStore(""), name, instanceId, allInstances, options.Chosen()));
+  const std::string value =
+      ReadKey(ConfigStore::GetStore(""), name, instanceId, allInstances, options.Chosen());
+  PrintJson(value);
+  if (value == "null") ThrowAbsent();
 }
 
 void RunIds(const Target& target) {
@@ -178,7 +182,9 @@ void RunRevisions(const Target& target) {
   auto store = ConfigStore::GetStore("");
   std::optional<SchemaInfo> schema = FindSchema(target.Name());
   if (!schema || !schema->hasInstances) {
-    PrintJson(std::to_string(store->GetRevision(target.Id())));
+    const int revision = store->GetRevision(target.Id());
+    PrintJson(std::to_string(revision));
+    if (revision < 0) ThrowAbsent();
     return;
   }
   JsonBuilder revisions;
@@ -209,7 +215,7 @@ void AddReadCommands(CLI::App& app) {
       "get",
       "Print configuration as JSON: a key's value, every instance of a key with instances (an "
       "array), one instance (--id), or a whole group or component (a document nested component, "
-      "group, key)");
+      "group, key); null, and exit status 3, when the value or instance is not there");
   options->target = AddTarget(get, kScopes);
   options->defaultView = get->add_flag("--default", "The shipped default configuration");
   options->desiredView =
@@ -237,7 +243,8 @@ void AddReadCommands(CLI::App& app) {
   CLI::App* revisions = app.add_subcommand(
       "revisions",
       "Print stored revisions: for a key with instances an array of {\"id\", \"revision\"} (every "
-      "instance, or the one --id names); otherwise one number, -1 when nothing is stored");
+      "instance, or the one --id names); otherwise one number, -1 (exit status 3) when nothing is "
+      "stored");
   auto revisionsTarget = AddTarget(revisions);
   revisions->callback([revisionsTarget] { RunRevisions(*revisionsTarget); });
 }

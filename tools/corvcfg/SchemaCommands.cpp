@@ -29,7 +29,7 @@ struct ListOptions {
 void RunList(const ListOptions& options) {
   std::vector<CorvConfigStore::SchemaInfo> schemas = options.scopeOption->count() > 0
                                                          ? SchemasUnder(ParseName(options.scope))
-                                                         : CorvConfigStore::ListSchemas();
+                                                         : KnownSchemas();
   if (options.namesOption->count() > 0) {
     for (const CorvConfigStore::SchemaInfo& schema : schemas)
       std::cout << NameOf(schema).Text() << "\n";

@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "Deletion.h"
+#include "Failures.h"
 #include "Input.h"
 #include "Names.h"
 #include "Objects.h"
@@ -109,12 +110,32 @@ void AddWriteCommands(CLI::App& app) {
       "Delete a key's value, one instance (--id), every instance (--all) or the instances a "
       "filter matches (--filter)");
   auto deletion = AddDeletionOptions(deleteCommand);
-  deleteCommand->callback([deletion] {
+  CLI::Option* mustExist = deleteCommand->add_flag(
+      "--must-exist", "Exit with status 3 when there is nothing to delete (else that is success)");
+  deleteCommand->callback([deletion, mustExist] {
     auto store = ConfigStore::GetStore("");
+    if (mustExist->count() == 0) {
+      RunDeletion(
+          *deletion, [&store](const CorvConfigStore::ConfigStoreObjectId& id) { store->Delete(id); },
+          [&store](const std::shared_ptr<CorvConfigStore::FilterSpecObject>& filter) {
+            store->DeleteInstances(filter);
+          });
+      return;
+    }
+    // What is looked for is what is deleted: one transaction.
+    CorvConfigStore::ConfigStoreTransaction transaction(store);
+    bool found = false;
     RunDeletion(
-        *deletion, [&store](const CorvConfigStore::ConfigStoreObjectId& id) { store->Delete(id); },
-        [&store](const std::shared_ptr<CorvConfigStore::FilterSpecObject>& filter) {
+        *deletion,
+        [&store, &found](const CorvConfigStore::ConfigStoreObjectId& id) {
+          found = store->Get(id) != nullptr;
+          store->Delete(id);
+        },
+        [&store, &found](const std::shared_ptr<CorvConfigStore::FilterSpecObject>& filter) {
+          found = !store->GetInstances(filter).empty();
           store->DeleteInstances(filter);
         });
+    transaction.Commit();
+    if (!found) ThrowAbsent(NothingToDelete(*deletion));
   });
 }

@@ -26,8 +26,8 @@ _corvcfg() {
   cur=${COMP_WORDS[COMP_CWORD]}
   prev=${COMP_WORDS[COMP_CWORD - 1]}
 
-  local global="--db --schema-db --pretty --compact -v --verbose --help -h"
-  local commands="get ids revisions set update delete validate export import keys pending diff next-boot boot kernel-options kv schema defaults store"
+  local global="--db --schema-db --pretty --compact -v --verbose --help -h --version"
+  local commands="get ids revisions set update delete validate export import keys pending diff next-boot boot kernel-options kv schema defaults store help"
 
   # The command path typed so far: "next-boot set", "kv", ...
   local path="" word i skip=0
@@ -80,7 +80,7 @@ _corvcfg() {
     revisions) options="--id"; names=1 ;;
     set) options="--id --json --file --layer --context"; names=1 ;;
     update) options="--id --json --file --context"; names=1 ;;
-    delete) options="--id --all --filter"; names=1 ;;
+    delete) options="--id --all --filter --must-exist"; names=1 ;;
     validate) options="--id --document --json --file"; names=1 ;;
     export) options="--output -o"; names=1 ;;
     import) files=1 ;;
@@ -105,6 +105,7 @@ _corvcfg() {
     "schema load" | "defaults load") files=1 ;;
     defaults) subcommands="load" ;;
     store) subcommands="init" ;;
+    help) subcommands=${commands% help} ;;
   esac
 
   if [[ $cur == -* ]]; then
