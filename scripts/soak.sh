@@ -10,6 +10,7 @@ dir=build/release
 
 # One entry per campaign: "name|command line of its long mode".
 campaigns=(
+  "iofault|$dir/tests/reliability/iofault/iofault_campaign --long"
 )
 
 wanted=("$@")
