@@ -2,7 +2,6 @@
 // public reads, writes and listing of free keys.
 #include <corvconfigstore/KeyValue.h>
 
-#include "core/Throw.h"
 #include "sqlite/DBError.h"
 #include "sqlite/DBStore.h"
 
@@ -11,10 +10,14 @@ namespace CorvConfigStore {
 namespace {
 
 // Reads a switch on this thread's default connection. False when the store
-// cannot be opened or the read fails.
-bool ReadSwitch(const char* key, std::string& value) {
-  std::shared_ptr<DBStore::StoreConnection> connection = DBStore::GetDefaultConnection();
-  return connection && DBStore::ReadKeyValue(connection, key, value) == DBStore::kSuccess;
+// cannot be opened or the read fails; *reason, when given, then holds why
+// (empty when there is no store).
+bool ReadSwitch(const char* key, std::string& value, std::string* reason = nullptr) {
+  std::shared_ptr<DBStore::StoreConnection> connection = DBStore::GetDefaultConnection(reason);
+  if (!connection) return false;
+  if (DBStore::ReadKeyValue(connection, key, value) == DBStore::kSuccess) return true;
+  if (reason != nullptr) *reason = connection->LastError();
+  return false;
 }
 
 // A connection of the caller's own; a store that cannot be opened is coded
@@ -26,8 +29,9 @@ std::shared_ptr<DBStore::StoreConnection> OwnConnection() {
 }  // namespace
 
 bool IsBoot() {
-  std::string value;
-  if (!ReadSwitch("IS_BOOT", value)) ThrowGeneral("Failed to read value from database.");
+  std::string value, reason;
+  if (!ReadSwitch("IS_BOOT", value, &reason))
+    DBStore::ThrowFailure("Failed to read value from database.", reason);
   return value == "true";
 }
 

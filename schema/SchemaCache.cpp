@@ -20,6 +20,7 @@
 #include <map>
 #include <mutex>
 
+#include "sqlite/DBError.h"
 #include "sqlite/DBStore.h"
 #include "schema/SchemaDatabase.h"
 #include "schema/SchemaStore.h"
@@ -93,17 +94,23 @@ struct SchemaObjectCache::State {
   FileStamp connectionFile;
   int64_t dataVersion = -1;
   Components components;
+  // Why the last reload could not read the store; empty when it could.
+  // Lookups then fail with it rather than answer "no such schema", and the
+  // next lookup tries again.
+  std::string failure;
 
   void Refresh();
   void Forget();
   void Reload(const FileStamp& databaseNow, const FileStamp& walNow);
   bool ReadDataVersion(int64_t* version);
+  void ThrowIfUnreadable() const;
   const Entry* Find(const std::string& component, const std::string& group,
                     const std::string& key) const;
 };
 
 void SchemaObjectCache::State::Forget() {
   loaded = false;
+  failure.clear();
   database = wal = FileStamp();
   connection.reset();
   connectionFile = FileStamp();
@@ -137,7 +144,7 @@ void SchemaObjectCache::State::Refresh() {
   checkedNs = now;
   FileStamp databaseNow = Stamp(path);
   if (!databaseNow.exists) {
-    if (connection || !components.empty()) Forget();
+    if (connection || !components.empty() || !failure.empty()) Forget();
     loaded = true;
     return;
   }
@@ -156,22 +163,32 @@ void SchemaObjectCache::State::Refresh() {
 }
 
 void SchemaObjectCache::State::Reload(const FileStamp& databaseNow, const FileStamp& walNow) {
+  std::string reason;
   if (!connection || !databaseNow.SameFile(connectionFile)) {
-    connection = DBStore::StoreConnection::Open(path);
+    connection = DBStore::StoreConnection::Open(path, &reason);
     connectionFile = databaseNow;
   }
-  loaded = true;
   database = databaseNow;
   wal = walNow;
-  Components fresh;
+  failure.clear();
+  loaded = true;
   std::vector<SchemaRow> rows;
-  if (!connection || !ReadDataVersion(&dataVersion) ||
-      ReadSchemaRows(connection, rows) != DBStore::kSuccess) {
-    CSLogger::Log(1, "Cannot read schemas from %s: %s", path.c_str(),
-                  connection ? connection->LastError().c_str() : "cannot open the database");
-    components.swap(fresh);
+  if (!connection) {
+    // No reason to open means the file went away since it was looked at: a
+    // store that is not there holds no schemas.
+    failure = reason;
+  } else if (!ReadDataVersion(&dataVersion) ||
+             ReadSchemaRows(connection, rows) != DBStore::kSuccess) {
+    failure = connection->LastError();
+    // The connection may be what broke: the next attempt opens a new one.
+    connection.reset();
+  }
+  if (!connection) {
+    components.clear();
+    loaded = failure.empty();
     return;
   }
+  Components fresh;
   for (SchemaRow& row : rows) {
     const Entry* old = Find(row.component, row.group, row.key);
     Entry entry;
@@ -192,6 +209,11 @@ void SchemaObjectCache::State::Reload(const FileStamp& databaseNow, const FileSt
   components.swap(fresh);
 }
 
+void SchemaObjectCache::State::ThrowIfUnreadable() const {
+  if (!failure.empty())
+    DBStore::ThrowFailure("Cannot read schemas from " + path + ": " + failure, failure);
+}
+
 const SchemaObjectCache::State::Entry* SchemaObjectCache::State::Find(
     const std::string& component, const std::string& group, const std::string& key) const {
   auto c = components.find(component);
@@ -209,6 +231,7 @@ std::shared_ptr<SchemaObject> SchemaObjectCache::GetSchema(const std::string& co
                                                            const std::string& key) {
   std::lock_guard<std::mutex> lock(state_->mutex);
   state_->Refresh();
+  state_->ThrowIfUnreadable();
   const State::Entry* entry = state_->Find(component, group, key);
   return entry != nullptr ? entry->schema : nullptr;
 }
@@ -216,6 +239,7 @@ std::shared_ptr<SchemaObject> SchemaObjectCache::GetSchema(const std::string& co
 std::vector<std::shared_ptr<SchemaObject>> SchemaObjectCache::GetAllSchemas() {
   std::lock_guard<std::mutex> lock(state_->mutex);
   state_->Refresh();
+  state_->ThrowIfUnreadable();
   std::vector<std::shared_ptr<SchemaObject>> all;
   for (const auto& component : state_->components)
     for (const auto& group : component.second)
@@ -226,12 +250,14 @@ std::vector<std::shared_ptr<SchemaObject>> SchemaObjectCache::GetAllSchemas() {
 bool SchemaObjectCache::HasComponent(const std::string& component) {
   std::lock_guard<std::mutex> lock(state_->mutex);
   state_->Refresh();
+  state_->ThrowIfUnreadable();
   return state_->components.count(component) != 0;
 }
 
 bool SchemaObjectCache::HasGroup(const std::string& component, const std::string& group) {
   std::lock_guard<std::mutex> lock(state_->mutex);
   state_->Refresh();
+  state_->ThrowIfUnreadable();
   auto c = state_->components.find(component);
   return c != state_->components.end() && c->second.count(group) != 0;
 }

@@ -126,7 +126,11 @@ constexpr int kSchemaRecheckMs = 1;
 // the store is unchanged; a schema loaded by another process is seen by the
 // lookups made more than kSchemaRecheckMs after its load (by this process:
 // at once). When CORV_SCHEMASTORE_DB names another file the cache starts
-// afresh; a missing store holds no schemas.
+// afresh; a missing store holds no schemas. A store that is there but
+// cannot be read (not a database, an I/O error, a full disk) holds no
+// answer: every lookup then throws ConfigStoreException 2000 "Cannot read
+// schemas from <path>: <reason>" with SQLite's reason as its detail, and
+// the next lookup reads the store again.
 class SchemaObjectCache {
  public:
   SchemaObjectCache();

@@ -14,6 +14,7 @@ dir=build/release
 campaigns=(
   "concurrency|$dir/tests/reliability/concurrency/reliability_concurrency --workers=8 --ops=${CONCURRENCY_OPS:-1000}"
   "crashes|$dir/tests/reliability/crashes/reliability_crashes --kills=${CRASH_KILLS:-300}"
+  "iofault|$dir/tests/reliability/iofault/iofault_campaign --long"
 )
 
 wanted=("$@")

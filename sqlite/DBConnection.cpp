@@ -128,4 +128,18 @@ int ExecScript(ConnectionAccess::Impl& impl, const std::string& sql) {
   return kFailure;
 }
 
+void DiscardFailedCommit(ConnectionAccess::Impl& impl) {
+  // Frames are written only once every lock is held: any other failure
+  // (a busy database, a refused constraint) came before them.
+  int failure = sqlite3_errcode(impl.db) & 0xff;
+  if (failure != SQLITE_IOERR && failure != SQLITE_FULL) return;
+  std::string busy;
+  if (sqlite3_exec(impl.db, "PRAGMA wal_checkpoint(TRUNCATE)", KeepFirstColumn, &busy, nullptr) ==
+          SQLITE_OK &&
+      busy == "0")
+    return;
+  CSLogger::Log(1, "Database %s: cannot discard the log of a failed commit: %s", impl.path.c_str(),
+                busy == "1" ? "the log is in use" : sqlite3_errmsg(impl.db));
+}
+
 }  // namespace DBStore

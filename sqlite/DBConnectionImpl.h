@@ -65,4 +65,17 @@ void SetBusyTimeLimit(ConnectionAccess::Impl& impl, int timeLimit);
 // Runs statements without parameters or rows (transaction control, DDL).
 int ExecScript(ConnectionAccess::Impl& impl, const std::string& sql);
 
+// After a commit failed (an outermost COMMIT, or a write statement outside
+// any transaction), and SQLite rolled the transaction back: removes the
+// frames it may have left in the write-ahead log. A commit can fail after
+// its frames reached the log (its sync failed, say); SQLite forgets them,
+// but a process that opens the store afresh rebuilds its index of the log
+// from the file and would find the transaction committed, so a write
+// reported as failed would come back. Checkpointing what is committed and
+// truncating the log removes them. Best effort, within the busy time-out:
+// when other connections still read from the log, or the disk refuses, the
+// frames stay until the next commit writes over them, and that is logged.
+// The connection's last error stays the commit's.
+void DiscardFailedCommit(ConnectionAccess::Impl& impl);
+
 }  // namespace DBStore

@@ -52,7 +52,7 @@ std::shared_ptr<StoreConnection> GetConnection(Type type, std::string* reason) {
   return connection;
 }
 
-std::shared_ptr<StoreConnection> GetDefaultConnection() {
+std::shared_ptr<StoreConnection> GetDefaultConnection(std::string* reason) {
   std::string path = ConfigStorePath();
   struct stat status;
   if (stat(path.c_str(), &status) != 0) {
@@ -63,7 +63,7 @@ std::shared_ptr<StoreConnection> GetDefaultConnection() {
       tDefault.device == status.st_dev && tDefault.inode == status.st_ino) {
     return tDefault.connection;
   }
-  tDefault.connection = StoreConnection::Open(path);
+  tDefault.connection = StoreConnection::Open(path, reason);
   tDefault.device = status.st_dev;
   tDefault.inode = status.st_ino;
   return tDefault.connection;

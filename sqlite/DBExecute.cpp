@@ -135,6 +135,9 @@ int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std:
     if (rc == SQLITE_DONE) return kSuccess;
     if (rc != SQLITE_ROW) {
       RecordFailure(impl, "execute", text);
+      // Outside any transaction a write commits by itself.
+      if (impl.depth == 0 && !sqlite3_stmt_readonly(stmt) && sqlite3_get_autocommit(impl.db))
+        DiscardFailedCommit(impl);
       return kFailure;
     }
     if (!callback) continue;

@@ -112,7 +112,9 @@ class StoreConnection {
 std::shared_ptr<StoreConnection> GetConnection(Type type, std::string* reason = nullptr);
 // This thread's default connection to the store, reopened when
 // CORV_CONFIGSTORE_DB names another file; null when it cannot be opened.
-std::shared_ptr<StoreConnection> GetDefaultConnection();
+// *reason, when given, then says why the file is unusable, as
+// StoreConnection::Open does (empty when there is no file).
+std::shared_ptr<StoreConnection> GetDefaultConnection(std::string* reason = nullptr);
 
 // Prepares the statement on the connection (once; later calls reuse it).
 // timeLimit is the busy time-out in milliseconds. A text holding more than

@@ -47,7 +47,10 @@ int CommitTransaction(const std::shared_ptr<StoreConnection>& connection) {
   }
   std::string sql = impl.depth == 1 ? "COMMIT" : "RELEASE SAVEPOINT " + Savepoint(impl.depth - 1);
   // A failed commit leaves the level open, so the caller can still cancel it.
-  if (ExecScript(impl, sql) != kSuccess) return kFailure;
+  if (ExecScript(impl, sql) != kSuccess) {
+    if (impl.depth == 1 && sqlite3_get_autocommit(impl.db)) DiscardFailedCommit(impl);
+    return kFailure;
+  }
   --impl.depth;
   return kSuccess;
 }

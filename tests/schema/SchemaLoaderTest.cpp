@@ -13,6 +13,7 @@
 #include "sqlite/DBStore.h"
 #include "schema/SchemaDatabase.h"
 #include "schema/SchemaStore.h"
+#include "support/FailureDetails.h"
 #include "support/LogCapture.h"
 #include "support/StoreEnvironment.h"
 
@@ -427,10 +428,15 @@ TEST_F(SchemaLoaderTest, AMissingDatabaseHoldsNoSchemas) {
   EXPECT_FALSE(cache->GetSchema("corv", "net", "dns"));
 }
 
-TEST_F(SchemaLoaderTest, AFileThatIsNotADatabaseHoldsNoSchemas) {
+// Not an empty store: a lookup there would tell the caller that the key has
+// no schema, when the schema store is what is broken.
+TEST_F(SchemaLoaderTest, AFileThatIsNotADatabaseIsAFailureToRead) {
   env_.Dir().Write("schema-store.db", "this is not a database, only some text in a file");
   CorvTest::LogCapture log(1);
-  EXPECT_FALSE(SchemaStore::GetCache()->GetSchema("corv", "net", "dns"));
+  EXPECT_TRUE(CorvTest::ThrowsWithDetails(
+      [] { SchemaStore::GetCache()->GetSchema("corv", "net", "dns"); },
+      "Cannot read schemas from " + env_.SchemaStorePath() + ": file is not a database",
+      {"file is not a database"}));
   EXPECT_TRUE(log.Contains("Cannot read schemas from " + env_.SchemaStorePath()));
 }
 
