@@ -211,7 +211,7 @@ void SchemaObjectCache::State::Reload(const FileStamp& databaseNow, const FileSt
 
 void SchemaObjectCache::State::ThrowIfUnreadable() const {
   if (!failure.empty())
-    DBStore::ThrowFailure("Cannot read schemas from " + path + ": " + failure, failure);
+    DBStore::ThrowFailure("Cannot read schemas from " + path, failure);
 }
 
 const SchemaObjectCache::State::Entry* SchemaObjectCache::State::Find(

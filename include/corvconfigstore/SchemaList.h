@@ -32,14 +32,9 @@ struct CORV_EXPORT SchemaInfo {
 
 // Every key schema of the schema store named by CORV_SCHEMASTORE_DB,
 // ordered by component, group and key; empty when the store is missing or
-// holds none.
+// holds none. A schema store that exists but cannot be read raises
+// ConfigStoreException 2000 "Cannot read schemas from <path>" with the
+// database's reason as its detail.
 CORV_EXPORT std::vector<SchemaInfo> ListSchemas();
-
-// Why the schema store named by CORV_SCHEMASTORE_DB cannot be read, which
-// ListSchemas does not tell apart from a store that holds no schema: empty
-// when it can be read (schemas or none), "no such file" when there is no
-// file, else the file system's or the database's reason ("file is not a
-// database", "no such table: Schema", "database is locked", ...).
-CORV_EXPORT std::string SchemaStoreFault();
 
 }  // namespace CorvConfigStore

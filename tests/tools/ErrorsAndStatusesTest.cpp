@@ -95,9 +95,8 @@ TEST_F(ErrorsAndStatusesTest, ASchemaStoreThatCannotBeReadIsNamedWithItsReason) 
   const std::string junk = dir_.Write("junk.db", "this is no database, only some text");
   Outcome get = Corvcfg({"--schema-db", junk, "get", "lab.net.dns"});
   EXPECT_EQ(get.status, 4);
-  EXPECT_EQ(get.err, "[1037] Schema not found for: lab.net.dns\n"
-                     "  cause: cannot read the schema store " + junk +
-                         ": file is not a database\n" + kSchemaStoreHint);
+  EXPECT_EQ(get.err, "[2000] Cannot read schemas from " + junk +
+                         "\n  cause: file is not a database\n" + kSchemaStoreHint);
   // A write reaches the library first; the answer is the same.
   Outcome set = Corvcfg({"--schema-db", junk, "set", "lab.net.dns", "--json", "{}"});
   EXPECT_EQ(set.status, 4);
@@ -105,8 +104,8 @@ TEST_F(ErrorsAndStatusesTest, ASchemaStoreThatCannotBeReadIsNamedWithItsReason) 
   // The store database is no schema store.
   Outcome store = Corvcfg({"--schema-db", store_, "export"});
   EXPECT_EQ(store.status, 4);
-  EXPECT_EQ(store.err, "Cannot read the schema store " + store_ + ": no such table: Schema\n" +
-                           kSchemaStoreHint);
+  EXPECT_EQ(store.err, "[2000] Cannot read schemas from " + store_ +
+                           "\n  cause: no such table: Schema\n" + kSchemaStoreHint);
 }
 
 TEST_F(ErrorsAndStatusesTest, AnEmptySchemaStoreSaysSo) {

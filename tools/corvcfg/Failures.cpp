@@ -2,7 +2,6 @@
 #include "Failures.h"
 
 #include <corvconfigstore/Provisioning.h>
-#include <corvconfigstore/SchemaList.h>
 #include <sys/stat.h>
 
 #include <sstream>
@@ -30,8 +29,17 @@ bool Exists(const std::string& path) {
   return stat(path.c_str(), &status) == 0;
 }
 
+const char kSchemaStoreHint[] =
+    "--schema-db PATH or CORV_SCHEMASTORE_DB names the schema store; `corvcfg schema load FILE` "
+    "fills one";
+
 void AddStoreHints(Failure& failure, const ConfigStoreException& error, bool connecting) {
   const std::string store = CorvConfigStore::ConfigStorePath();
+  const std::string message = error.what();
+  if (message.compare(0, 24, "Cannot read schemas from") == 0) {
+    failure.Hint(kSchemaStoreHint);
+    return;
+  }
   if (connecting) {
     // The library names no reason for a store that was never made.
     if (error.GetDetails().empty() && !Exists(store)) failure.Cause(store + ": no such file");
@@ -130,12 +138,14 @@ Failure Explain(const ConfigStoreException& error, const Invocation& at) {
 void ThrowAbsent(const std::string& message) { throw Failure(kExitAbsent, message); }
 
 std::optional<Failure> SchemaStoreFailure(const std::string& line) {
-  const std::string fault = CorvConfigStore::SchemaStoreFault();
-  if (fault.empty()) return std::nullopt;
-  const std::string what = "the schema store " + CorvConfigStore::SchemaStorePath() + ": " + fault;
+  // A schema store that exists but cannot be read is the library's to
+  // report; one that does not exist holds no schemas, which is seldom what
+  // the administrator meant.
+  const std::string path = CorvConfigStore::SchemaStorePath();
+  if (Exists(path)) return std::nullopt;
+  const std::string what = "the schema store " + path + ": no such file";
   Failure failure(kExitUnavailable, line.empty() ? "Cannot read " + what : line);
   if (!line.empty()) failure.Cause("cannot read " + what);
-  failure.Hint("--schema-db PATH or CORV_SCHEMASTORE_DB names the schema store; `corvcfg "
-               "schema load FILE` fills one");
+  failure.Hint(kSchemaStoreHint);
   return failure;
 }

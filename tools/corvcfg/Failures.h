@@ -53,9 +53,10 @@ Failure Explain(const CorvConfigStore::ConfigStoreException& error, const Invoca
 // what it printed stands. With a message, the message is printed too.
 [[noreturn]] void ThrowAbsent(const std::string& message = "");
 
-// When the schema store cannot be read: a Failure (exit status 4) with the
-// line as its first line and "cannot read the schema store <path>:
-// <reason>" as its cause, or without a line "Cannot read the schema store
-// <path>: <reason>" alone; and a hint on naming and filling one. Nothing
-// when it can be read.
+// When the schema store does not exist: a Failure (exit status 4) with the
+// line as its first line and "cannot read the schema store <path>: no such
+// file" as its cause, or without a line "Cannot read the schema store
+// <path>: no such file" alone; and a hint on naming and filling one.
+// Nothing when it exists (a store that cannot be read raises its own
+// failure from the library).
 std::optional<Failure> SchemaStoreFailure(const std::string& line = "");

@@ -93,7 +93,7 @@ CorvConfigStore::ConfigStoreObjectId IdOf(const ConfigName& key, const std::stri
 
 std::vector<CorvConfigStore::SchemaInfo> KnownSchemas() {
   std::vector<CorvConfigStore::SchemaInfo> schemas = CorvConfigStore::ListSchemas();
-  // An empty list is also what a schema store that cannot be read gives.
+  // An empty list is also what a schema store that does not exist gives.
   if (schemas.empty())
     if (std::optional<Failure> failure = SchemaStoreFailure()) throw *failure;
   return schemas;
