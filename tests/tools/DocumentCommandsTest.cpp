@@ -3,6 +3,8 @@
 // write nothing.
 #include <sys/stat.h>
 
+#include <filesystem>
+
 #include "CorvcfgSupport.h"
 
 using CorvTest::Outcome;
@@ -100,6 +102,21 @@ TEST_F(DocumentCommandsTest, AFailedWriteOfTheExportIsReported) {
   EXPECT_EQ(full.status, 1);
   EXPECT_EQ(full.err, "[2000] Cannot write /dev/full: No space left on device\n");
   EXPECT_EQ(full.out, "");
+}
+
+// A document file is replaced only by a whole export: one that fails
+// leaves the previous file as it was, and no partial file beside it.
+TEST_F(DocumentCommandsTest, AFailedExportLeavesThePreviousFile) {
+  std::string file = dir_.Write("previous.json", "{\"kept\":true}\n");
+  Outcome failed =
+      Corvcfg({"--db", dir_.File("absent.db"), "export", "lab.net.dns", "-o", file});
+  EXPECT_EQ(failed.status, 4);
+  EXPECT_EQ(CorvTest::ReadText(file), "{\"kept\":true}\n");
+  for (const auto& entry : std::filesystem::directory_iterator(dir_.Path()))
+    EXPECT_EQ(entry.path().filename().string().rfind("previous.json.", 0), std::string::npos)
+        << entry.path();
+  Ok({"export", "lab.net.dns", "-o", file});
+  EXPECT_EQ(CorvTest::ReadText(file), "{\"lab\":{\"net\":{\"dns\":{\"servers\":[\"10.0.0.1\"],\"ndots\":2}}}}\n");
 }
 
 TEST_F(DocumentCommandsTest, ImportFromStandardInputReplacesWhatItNames) {

@@ -4,7 +4,9 @@
 #include <corvconfigstore/Exceptions.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Output.h"
@@ -67,9 +69,17 @@ std::string ReadTextFile(const std::string& path) {
 
 void WriteTextFile(const std::string& path,
                    const std::function<void(const CorvConfigStore::TextSink&)>& write) {
+  // A regular file is replaced only once the new text is whole: it is
+  // written beside the file under a temporary name and renamed over it, so
+  // a failed export leaves the previous file as it was. Anything else (a
+  // terminal, a pipe, /dev/stdout) is written in place.
+  struct stat status;
+  const bool inPlace = stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+  std::string target = inPlace ? path : path + ".XXXXXX";
   // Exports hold configuration, which may be private: readable by the owner
-  // only, like the store itself.
-  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  // only, like the store itself (mkstemp's mode).
+  int fd = inPlace ? open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC)
+                   : mkostemp(&target[0], O_CLOEXEC);
   if (fd < 0) ThrowFileError(2000, "Cannot write", path, errno);
   auto sink = [fd, &path](const char* text, size_t length) {
     size_t written = 0;
@@ -82,9 +92,16 @@ void WriteTextFile(const std::string& path,
   };
   try {
     write(sink);
+    if (close(fd) != 0) {
+      fd = -1;
+      ThrowFileError(2000, "Cannot write", path, errno);
+    }
+    fd = -1;
+    if (!inPlace && rename(target.c_str(), path.c_str()) != 0)
+      ThrowFileError(2000, "Cannot write", path, errno);
   } catch (...) {
-    close(fd);
+    if (fd >= 0) close(fd);
+    if (!inPlace) unlink(target.c_str());
     throw;
   }
-  if (close(fd) != 0) ThrowFileError(2000, "Cannot write", path, errno);
 }

@@ -35,7 +35,9 @@ std::string ReadDocument(const std::string& file);
 std::string ReadTextFile(const std::string& path);
 
 // Writes a file (replacing it, readable by its owner only) with the text
-// write hands the sink it is given, piece by piece. Throws
+// write hands the sink it is given, piece by piece; a regular file is
+// replaced only when all of it was written, and stays as it was otherwise.
+// Throws
 // ConfigStoreException 2000 "Cannot write <path>: <reason>" when the file
 // cannot be opened, written or closed.
 void WriteTextFile(const std::string& path,
