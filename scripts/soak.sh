@@ -2,6 +2,8 @@
 # Runs every reliability campaign in its long mode on a Release build and
 # prints the figures each reports (docs/reliability.md publishes them).
 # Usage: scripts/soak.sh [campaign ...]   (default: all of them)
+# MODEL_STEPS sets the length of the model campaign (default 1 000 000) and
+# MODEL_MINUTES, when set, ends it earlier after that many minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -10,6 +12,7 @@ dir=build/release
 
 # One entry per campaign: "name|command line of its long mode".
 campaigns=(
+  "model|$dir/tests/reliability/model/model_campaign --steps ${MODEL_STEPS:-1000000} ${MODEL_MINUTES:+--minutes $MODEL_MINUTES}"
 )
 
 wanted=("$@")

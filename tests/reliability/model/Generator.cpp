@@ -15,7 +15,8 @@ struct Weighted {
 const Weighted kWeights[] = {
     {Op::kSet, 10},          {Op::kSetUserData, 8},    {Op::kSetVitalData, 5},
     {Op::kSetCachedData, 5}, {Op::kUpdate, 12},        {Op::kDelete, 4},
-    {Op::kDeleteInstances, 4}, {Op::kSetInstances, 5}, {Op::kNextBootSet, 4},
+    {Op::kDeleteInstances, 4}, {Op::kSetInstances, 5}, {Op::kSetUserDataInstances, 2},
+    {Op::kSetVitalDataInstances, 2}, {Op::kSetCachedDataInstances, 2}, {Op::kNextBootSet, 4},
     {Op::kNextBootDelete, 2}, {Op::kNextBootReset, 1}, {Op::kNextBootSetInstances, 2},
     {Op::kNextBootDeleteInstances, 2}, {Op::kBootStatus, 3}, {Op::kPartialBootStatus, 4},
     {Op::kImportExport, 2},  {Op::kBegin, 2},          {Op::kCommit, 4},
@@ -137,6 +138,31 @@ Step Generator::Draw(const Model& model) {
       for (const std::string& name : InstanceNames())
         if (Chance(60)) step.list.emplace_back(name, Whole(instances, name));
       if (step.list.empty()) step.list.emplace_back("i1", Whole(instances, "i1"));
+      break;
+    }
+    case Op::kSetUserDataInstances:
+    case Op::kSetVitalDataInstances:
+    case Op::kSetCachedDataInstances: {
+      if (Chance(90)) step.key = Chance(50) ? 3 : 1;
+      instances = Keys()[step.key].instances;
+      if (Chance(3)) break;  // an empty list
+      for (const std::string& name : InstanceNames()) {
+        if (!Chance(60)) continue;
+        Value value;
+        if (step.op == Op::kSetUserDataInstances) {
+          value = Plain(instances, name);
+        } else {
+          value.members["name"] = Value::String(name);
+          if (Chance(90))
+            value.members[step.op == Op::kSetVitalDataInstances ? "v" : "c"] = Value::Int(Below(4));
+        }
+        step.list.emplace_back(name, value);
+      }
+      if (step.list.empty()) {
+        Value value;  // the instance id alone belongs to every layer
+        value.members["name"] = Value::String("i2");
+        step.list.emplace_back("i2", value);
+      }
       break;
     }
     case Op::kNextBootSet:

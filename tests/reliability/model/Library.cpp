@@ -113,6 +113,15 @@ void Library::Carry(const Step& step) {
     case Op::kSetInstances:
       store_->SetInstances(Objects(step), Context(step));
       break;
+    case Op::kSetUserDataInstances:
+      store_->SetUserDataInstances(Objects(step), Context(step));
+      break;
+    case Op::kSetVitalDataInstances:
+      store_->SetVitalDataInstances(Objects(step));
+      break;
+    case Op::kSetCachedDataInstances:
+      store_->SetCachedDataInstances(Objects(step));
+      break;
     case Op::kNextBootSet:
       store_->GetNextBootStore()->Set(Object(step.key, step.instance, step.value));
       break;
@@ -195,8 +204,8 @@ Layer Library::Get(int key, const std::string& id) { return Read(store_->Get(Id(
 
 int Library::Revision(int key, const std::string& id) { return store_->GetRevision(Id(key, id)); }
 
-std::vector<Value> Library::Instances(int key) {
-  return ReadAll(store_->GetInstances(Filter(key, "", Value())));
+std::vector<Value> Library::Instances(int key, const Value& criteria) {
+  return ReadAll(store_->GetInstances(Filter(key, "", criteria)));
 }
 
 std::vector<std::string> Library::InstanceIds(int key) {

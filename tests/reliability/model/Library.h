@@ -35,7 +35,7 @@ class Library {
 
   Layer Get(int key, const std::string& id);
   int Revision(int key, const std::string& id);
-  std::vector<Value> Instances(int key);
+  std::vector<Value> Instances(int key, const Value& criteria);
   std::vector<std::string> InstanceIds(int key);
   std::vector<std::pair<std::string, int>> InstanceRevisions(int key);
   Layer NextBootGet(int key, const std::string& id);

@@ -3,7 +3,8 @@
 // disagreement is reported with the seed, the step and a shrunk sequence
 // that still shows it.
 //
-// Usage: model_campaign [--seed N] [--steps N] [--no-shrink]
+// Usage: model_campaign [--seed N] [--steps N] [--minutes N] [--no-shrink]
+// --minutes ends a long run early, after that many minutes, with its figures.
 #include <corvconfigstore/Logger.h>
 
 #include <chrono>
@@ -24,6 +25,7 @@ struct Arguments {
   unsigned long long seed = 0;
   bool seedGiven = false;
   long long steps = 2000;
+  long long minutes = 0;  // 0: no time limit
   bool shrink = true;
 };
 
@@ -32,15 +34,17 @@ bool ParseArguments(int argc, char** argv, Arguments& arguments) {
     const std::string arg = argv[i];
     if (arg == "--no-shrink") {
       arguments.shrink = false;
-    } else if ((arg == "--seed" || arg == "--steps") && i + 1 < argc) {
+    } else if ((arg == "--seed" || arg == "--steps" || arg == "--minutes") && i + 1 < argc) {
       char* end = nullptr;
       unsigned long long n = std::strtoull(argv[++i], &end, 10);
       if (*end != '\0') return false;
       if (arg == "--seed") {
         arguments.seed = n;
         arguments.seedGiven = true;
-      } else {
+      } else if (arg == "--steps") {
         arguments.steps = static_cast<long long>(n);
+      } else {
+        arguments.minutes = static_cast<long long>(n);
       }
     } else {
       return false;
@@ -132,7 +136,7 @@ void PrintFigures(const Figures& figures, double seconds) {
 int main(int argc, char** argv) {
   Arguments arguments;
   if (!ParseArguments(argc, argv, arguments)) {
-    std::fprintf(stderr, "usage: %s [--seed N] [--steps N] [--no-shrink]\n", argv[0]);
+    std::fprintf(stderr, "usage: %s [--seed N] [--steps N] [--minutes N] [--no-shrink]\n", argv[0]);
     return 2;
   }
   if (!arguments.seedGiven)
@@ -147,10 +151,15 @@ int main(int argc, char** argv) {
   Figures figures;
   std::string report;
   const auto start = std::chrono::steady_clock::now();
-  const long long progressEvery = arguments.steps >= 100000 ? 100000 : 0;
+  const auto end = start + std::chrono::minutes(arguments.minutes);
+  const long long progressEvery = arguments.steps >= 100000 ? 10000 : 0;
   long long failed = RunSequence(
       [&](long long index, const Model& model, Step& step) {
         if (index >= arguments.steps) return false;
+        if (arguments.minutes > 0 && std::chrono::steady_clock::now() >= end) {
+          std::printf("time limit of %lld minutes reached\n", arguments.minutes);
+          return false;
+        }
         if (progressEvery && index > 0 && index % progressEvery == 0) {
           std::printf("  %lld steps, %lld checks\n", index, figures.checks);
           std::fflush(stdout);

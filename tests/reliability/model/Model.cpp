@@ -271,6 +271,10 @@ Outcome Model::Apply(const Step& step) {
                    spec.applyDuringUpgrade);
       return {};
     }
+    case Op::kSetUserDataInstances:
+    case Op::kSetVitalDataInstances:
+    case Op::kSetCachedDataInstances:
+      return SetLayerInstances(step);
     case Op::kNextBootSet:
     case Op::kNextBootDelete:
     case Op::kNextBootReset:
@@ -364,6 +368,34 @@ Outcome Model::Update(const Step& step) {
   return {};
 }
 
+Outcome Model::SetLayerInstances(const Step& step) {
+  const KeySpec& spec = Keys()[step.key];
+  if (step.list.empty()) return Refused(kEmptyListCode, "");
+  if (!spec.instances) return Refused(kGeneralCode, kSingletonRefusal);
+  const bool user = step.op == Op::kSetUserDataInstances;
+  if (user && DuringBoot() && !step.internal && !spec.bootExempt)
+    return Refused(kGeneralCode, kBootRefusal);
+  // The layer leaves every row of the key (the rows stay), then the list
+  // writes it again, one row at a time.
+  auto layerOf = [&](Row& row) -> Layer& {
+    if (step.op == Op::kSetVitalDataInstances) return row.vital;
+    if (step.op == Op::kSetCachedDataInstances) return row.cached;
+    return step.internal ? row.autoconf : row.user;
+  };
+  for (auto& entry : state_.config)
+    if (entry.first.first == step.key) layerOf(entry.second).reset();
+  for (const auto& entry : step.list) {
+    Row& row = state_.config[{step.key, entry.first}];
+    layerOf(row) = NonEmpty(user ? Cleanup(entry.second) : entry.second);
+    if (user && !step.internal) {
+      row.desired.reset();
+      row.success = upgrade_ == 2 && !spec.applyDuringUpgrade ? 0 : 1;
+    }
+    ++row.revision;
+  }
+  return {};
+}
+
 Outcome Model::PartialBootStatus(const Step& step) {
   const Value partial = Cleanup(step.value);
   auto found = state_.config.find({step.key, step.instance});
@@ -448,11 +480,12 @@ int Model::Revision(int key, const std::string& id) const {
   return found == state_.config.end() ? -1 : found->second.revision;
 }
 
-std::vector<Value> Model::Instances(int key) const {
+std::vector<Value> Model::Instances(int key, const Value& criteria) const {
   std::vector<Value> values;
   for (const auto& entry : state_.config)
     if (entry.first.first == key)
-      if (Layer current = Current(entry.second)) values.push_back(*current);
+      if (Layer current = Current(entry.second))
+        if (Matches(*current, criteria)) values.push_back(*current);
   SortItems(values);
   return values;
 }

@@ -60,7 +60,7 @@ class Model {
   // Reads through the store handle (the open transaction's view).
   Layer Get(int key, const std::string& id) const;
   int Revision(int key, const std::string& id) const;
-  std::vector<Value> Instances(int key) const;
+  std::vector<Value> Instances(int key, const Value& criteria) const;
   std::vector<std::string> InstanceIds(int key) const;
   std::vector<std::pair<std::string, int>> InstanceRevisions(int key) const;
   Layer NextBootGet(int key, const std::string& id) const;
@@ -82,6 +82,7 @@ class Model {
                   bool successFlag);
 
   Outcome Update(const Step& step);
+  Outcome SetLayerInstances(const Step& step);
   Outcome PartialBootStatus(const Step& step);
   Outcome NextBoot(const Step& step);
   void ImportOfExport(int mask);

@@ -9,6 +9,7 @@ const char* OpName(Op op) {
   static const char* const names[] = {
       "Set",          "SetUserData",   "SetVitalData",         "SetCachedData",
       "Update",       "Delete",        "DeleteInstances",      "SetInstances",
+      "SetUserDataInstances", "SetVitalDataInstances", "SetCachedDataInstances",
       "NextBoot.Set", "NextBoot.Delete", "NextBoot.Reset",     "NextBoot.SetInstances",
       "NextBoot.DeleteInstances", "SetBootStatus", "SetPartialBootStatus", "ImportOfExport",
       "BeginTransaction", "CommitTransaction", "CancelTransaction", "Switch IS_BOOT",
@@ -41,11 +42,15 @@ std::string Step::Text() const {
     case Op::kNextBootDeleteInstances:
       return text + "(filter " + id + " " + value.Text() + ")";
     case Op::kSetInstances:
+    case Op::kSetUserDataInstances:
+    case Op::kSetVitalDataInstances:
+    case Op::kSetCachedDataInstances:
     case Op::kNextBootSetInstances: {
       text += "(" + key + " [";
       for (size_t i = 0; i < list.size(); ++i)
         text += (i ? ", " : "") + list[i].first + " " + list[i].second.Text();
-      return text + "]" + (op == Op::kSetInstances ? std::string(", ") + context : "") + ")";
+      const bool withContext = op == Op::kSetInstances || op == Op::kSetUserDataInstances;
+      return text + "]" + (withContext ? std::string(", ") + context : "") + ")";
     }
     case Op::kBootStatus:
       return text + "(" + id + ", " + (flag ? "true" : "false") + ")";
