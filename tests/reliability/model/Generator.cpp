@@ -18,7 +18,7 @@ const Weighted kWeights[] = {
     {Op::kDeleteInstances, 4}, {Op::kSetInstances, 5}, {Op::kSetUserDataInstances, 2},
     {Op::kSetVitalDataInstances, 2}, {Op::kSetCachedDataInstances, 2}, {Op::kNextBootSet, 4},
     {Op::kNextBootDelete, 2}, {Op::kNextBootReset, 1}, {Op::kNextBootSetInstances, 2},
-    {Op::kNextBootDeleteInstances, 2}, {Op::kBootStatus, 3}, {Op::kPartialBootStatus, 4},
+    {Op::kNextBootDeleteInstances, 2}, {Op::kBootStatus, 3}, {Op::kPartialBootStatus, 4}, {Op::kUpdateKernelOptions, 4},
     {Op::kImportExport, 2},  {Op::kBegin, 2},          {Op::kCommit, 4},
     {Op::kCancel, 3},        {Op::kSwitchBoot, 3},     {Op::kSwitchUpgrade, 3},
     {Op::kSwitchBootMode, 1},
@@ -177,10 +177,16 @@ Step Generator::Draw(const Model& model) {
       step.flag = Chance(85);
       break;
     case Op::kPartialBootStatus:
-      if (Chance(50)) step.key = 2;  // the key whose writes stay unconfirmed in an upgrade
+      // The key whose writes stay unconfirmed in an upgrade, and the kernel
+      // options, whose updates wait for the next boot.
+      if (Chance(70)) step.key = Chance(50) ? 2 : kKernelOptions;
       instances = Keys()[step.key].instances;
       step.instance = Instance(instances);
       step.value = Partial(model, step.key, step.instance);
+      break;
+    case Op::kUpdateKernelOptions:
+      step.key = kKernelOptions;
+      step.value = Whole(false, "");
       break;
     case Op::kImportExport:
       step.number = 1 + Below((1 << keyCount) - 1);

@@ -1,6 +1,7 @@
 // The campaign's keys: few, small and alike, so that random operations
-// meet the same rows often. Two singletons and two keys with instances,
-// all of component "m", group "g"; each value may hold plain members
+// meet the same rows often. Two singletons and two keys with instances of
+// component "m", group "g", and the kernel options object (a singleton
+// with operations of its own); each value may hold plain members
 // "a" (integer) and "b" (string), a vital "v" and a cached "c" (integers);
 // singletons also hold an object "o" with integers "x" and "y"; instances
 // are named by "name".
@@ -12,6 +13,8 @@
 namespace ModelCampaign {
 
 struct KeySpec {
+  const char* component;
+  const char* group;
   const char* name;
   bool instances;           // a key with instances, named by "name"
   bool applyDuringUpgrade;  // false: user writes in upgrade context 2 stay unconfirmed
@@ -21,16 +24,17 @@ struct KeySpec {
 
 inline const std::vector<KeySpec>& Keys() {
   static const std::vector<KeySpec> keys = {
-      {"single", false, true, false, false},
-      {"inst", true, true, false, false},
-      {"legacy", false, false, true, false},
-      {"nb", true, true, false, true},
+      {"m", "g", "single", false, true, false, false},
+      {"m", "g", "inst", true, true, false, false},
+      {"m", "g", "legacy", false, false, true, false},
+      {"m", "g", "nb", true, true, false, true},
+      {"corv", "kestrel", "options", false, true, false, false},
   };
   return keys;
 }
 
-inline const char* kComponent = "m";
-inline const char* kGroup = "g";
+// The index of the kernel options object among the keys.
+const int kKernelOptions = 4;
 
 // The instance ids the campaign uses for keys with instances.
 inline const std::vector<std::string>& InstanceNames() {

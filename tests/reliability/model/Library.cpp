@@ -25,7 +25,8 @@ using CorvConfigStore::FilterSpecObject;
 using ObjectPtr = std::shared_ptr<ConfigStoreObject>;
 
 ConfigStoreObjectId Id(int key, const std::string& instance) {
-  return ConfigStoreObjectId(Keys()[key].name, kGroup, kComponent, instance);
+  const KeySpec& spec = Keys()[key];
+  return ConfigStoreObjectId(spec.name, spec.group, spec.component, instance);
 }
 
 ObjectPtr Object(int key, const std::string& instance, const Value& value) {
@@ -143,6 +144,9 @@ void Library::Carry(const Step& step) {
     case Op::kPartialBootStatus:
       CorvConfigStore::SetPartialBootStatus(Object(step.key, step.instance, step.value));
       break;
+    case Op::kUpdateKernelOptions:
+      CorvConfigStore::UpdateKernelOptions(Object(step.key, step.instance, step.value));
+      break;
     case Op::kBegin:
       if (int status = store_->BeginTransaction())
         throw std::runtime_error("BeginTransaction returned " + std::to_string(status));
@@ -240,6 +244,10 @@ std::vector<Value> Library::DesiredInstances(int key, bool withLayers) {
   return ReadAll(CorvConfigStore::GetDesiredUserConfigInstances(
       Id(key, ""),
       withLayers ? CorvConfigStore::FLAG_WITH_VITAL_CACHED : CorvConfigStore::FLAG_USER_ONLY));
+}
+
+Layer Library::KernelOptions() {
+  return Read(CorvConfigStore::GetKernelOptions(Id(kKernelOptions, "")));
 }
 
 std::string Library::BootMode() { return CorvConfigStore::GetKeyValue("BOOT_MODE"); }

@@ -42,6 +42,7 @@ class Library {
   std::vector<Value> NextBootInstances(int key);
   Layer Desired(int key, const std::string& id, bool withLayers);
   std::vector<Value> DesiredInstances(int key, bool withLayers);
+  Layer KernelOptions();
   std::string BootMode();
 
  private:

@@ -149,6 +149,10 @@ bool Model::Applicable(const Step& step) const {
       if (step.number == 0) return false;
       if (upgrade_ == 2 && (step.number & (step.number - 1)) != 0) return false;
       return Depth() == 0;
+    case Op::kUpdateKernelOptions:
+      // During remediation the options are read from two tables joined in
+      // an order the caller does not see.
+      return Depth() == 0 && !Remediating();
     case Op::kBootStatus:
     case Op::kPartialBootStatus:
     case Op::kSwitchBoot:
@@ -295,6 +299,8 @@ Outcome Model::Apply(const Step& step) {
       return {};
     case Op::kPartialBootStatus:
       return PartialBootStatus(step);
+    case Op::kUpdateKernelOptions:
+      return UpdateKernelOptions(step);
     case Op::kImportExport:
       ImportOfExport(step.number);
       return {};
@@ -416,6 +422,31 @@ Outcome Model::PartialBootStatus(const Step& step) {
   return {};
 }
 
+// The kernel options are user configuration written by an external
+// caller; the merged whole becomes the desired value (the value of the next
+// boot), the user value stays, the cached and auto-configuration layers
+// go.
+Outcome Model::UpdateKernelOptions(const Step& step) {
+  const KeySpec& spec = Keys()[step.key];
+  if (DuringBoot() && !spec.bootExempt) return Refused(kGeneralCode, kBootRefusal);
+  const Value update = Cleanup(step.value);
+  if (update.members.empty()) return {};
+  Layer merged = KernelOptions();
+  if (merged)
+    MergeInto(*merged, update);
+  else
+    merged = update;
+  Parts parts = Split(spec, Cleanup(*merged));
+  Row& row = state_.config[{step.key, step.instance}];
+  Row written;
+  written.user = row.user;
+  written.desired = parts.user;
+  written.vital = parts.vital;
+  written.revision = row.revision + 1;
+  row = written;
+  return {};
+}
+
 Outcome Model::NextBoot(const Step& step) {
   const KeySpec& spec = Keys()[step.key];
   if (bootFlag_ || upgrade_ != 0) return Refused(kGeneralCode, kNextBootPhaseRefusal);
@@ -454,17 +485,18 @@ Outcome Model::NextBoot(const Step& step) {
 
 void Model::ImportOfExport(int mask) {
   const Value document = ExportDocument(mask);
-  const Value& keys = document.members.at(kComponent).members.at(kGroup);
-  for (const auto& entry : keys.members) {
-    int key = 0;
-    while (Keys()[key].name != entry.first) ++key;
+  for (size_t key = 0; key < Keys().size(); ++key) {
+    if (!(mask & (1 << key))) continue;
     const KeySpec& spec = Keys()[key];
-    EraseKey(state_.config, key);
-    if (entry.second.kind == Value::kArray) {
-      for (const Value& item : entry.second.items)
-        WriteWhole(key, item.members.at("name").text, item, false, spec.applyDuringUpgrade);
-    } else if (entry.second.IsObject()) {
-      WriteWhole(key, "", entry.second, false, spec.applyDuringUpgrade);
+    const Value& exported =
+        document.members.at(spec.component).members.at(spec.group).members.at(spec.name);
+    EraseKey(state_.config, static_cast<int>(key));
+    if (exported.kind == Value::kArray) {
+      for (const Value& item : exported.items)
+        WriteWhole(static_cast<int>(key), item.members.at("name").text, item, false,
+                   spec.applyDuringUpgrade);
+    } else if (exported.IsObject()) {
+      WriteWhole(static_cast<int>(key), "", exported, false, spec.applyDuringUpgrade);
     }
   }
 }
@@ -539,8 +571,16 @@ std::vector<Value> Model::DesiredInstances(int key, bool withLayers) const {
   return values;
 }
 
+Layer Model::KernelOptions() const {
+  auto found = Committed().config.find({kKernelOptions, ""});
+  if (found == Committed().config.end()) return std::nullopt;
+  const Row& row = found->second;
+  const Layer& value = row.desired ? row.desired : row.user;
+  return MergeLayers({&row.vital, &value});
+}
+
 Value Model::ExportDocument(int mask) const {
-  Value keys;
+  Value document;
   for (size_t key = 0; key < Keys().size(); ++key) {
     if (!(mask & (1 << key))) continue;
     Value exported;
@@ -557,10 +597,9 @@ Value Model::ExportDocument(int mask) const {
       }
     }
     SortItems(exported.items);
-    keys.members[Keys()[key].name] = exported;
+    const KeySpec& spec = Keys()[key];
+    document.members[spec.component].members[spec.group].members[spec.name] = exported;
   }
-  Value document;
-  document.members[kComponent].members[kGroup] = keys;
   return document;
 }
 

@@ -70,6 +70,7 @@ class Model {
   Layer Desired(int key, const std::string& id, bool withLayers) const;
   std::vector<Value> DesiredInstances(int key, bool withLayers) const;
   Value ExportDocument(int mask) const;
+  Layer KernelOptions() const;
   const std::string& CommittedBootMode() const { return Committed().bootMode; }
 
  private:
@@ -84,6 +85,7 @@ class Model {
   Outcome Update(const Step& step);
   Outcome SetLayerInstances(const Step& step);
   Outcome PartialBootStatus(const Step& step);
+  Outcome UpdateKernelOptions(const Step& step);
   Outcome NextBoot(const Step& step);
   void ImportOfExport(int mask);
 

@@ -11,7 +11,7 @@ const char* OpName(Op op) {
       "Update",       "Delete",        "DeleteInstances",      "SetInstances",
       "SetUserDataInstances", "SetVitalDataInstances", "SetCachedDataInstances",
       "NextBoot.Set", "NextBoot.Delete", "NextBoot.Reset",     "NextBoot.SetInstances",
-      "NextBoot.DeleteInstances", "SetBootStatus", "SetPartialBootStatus", "ImportOfExport",
+      "NextBoot.DeleteInstances", "SetBootStatus", "SetPartialBootStatus", "UpdateKernelOptions", "ImportOfExport",
       "BeginTransaction", "CommitTransaction", "CancelTransaction", "Switch IS_BOOT",
       "Switch upgrade context", "Switch BOOT_MODE"};
   static_assert(sizeof(names) / sizeof(names[0]) == static_cast<size_t>(Op::kCount),
@@ -33,6 +33,7 @@ std::string Step::Text() const {
     case Op::kSetCachedData:
     case Op::kNextBootSet:
     case Op::kPartialBootStatus:
+    case Op::kUpdateKernelOptions:
       return text + "(" + id + " " + value.Text() + ")";
     case Op::kDelete:
     case Op::kNextBootDelete:

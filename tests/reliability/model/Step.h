@@ -30,6 +30,7 @@ enum class Op {
   kNextBootDeleteInstances,  // next-boot store: DeleteInstances(filter)
   kBootStatus,           // SetBootStatus(id, flag)
   kPartialBootStatus,    // SetPartialBootStatus(value)
+  kUpdateKernelOptions,  // UpdateKernelOptions(value)
   kImportExport,         // Import(Export(filters of the keys in mask))
   kBegin,                // BeginTransaction
   kCommit,               // CommitTransaction
