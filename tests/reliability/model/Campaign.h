@@ -13,7 +13,6 @@ namespace ModelCampaign {
 
 struct Figures {
   long long steps = 0;       // steps carried out
-  long long skipped = 0;     // steps that could not run where they stood (replays)
   long long refusals = 0;    // operations refused, alike, by both sides
   std::map<std::string, long long> refusalsByReason;  // "[code] message"
   long long checks = 0;      // outcomes and reads compared

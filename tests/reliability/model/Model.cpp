@@ -39,7 +39,7 @@ Value Cleanup(Value value) {
 bool IsUserType(const Value& value) {
   for (const auto& member : value.members) {
     if (member.first == "name" || IsLayerMember(member.first)) continue;
-    if (member.second.IsObject() && member.second.members.empty()) continue;
+    if (member.second.IsEmptyObject()) continue;
     return true;
   }
   return false;

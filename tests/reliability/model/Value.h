@@ -21,11 +21,9 @@ struct Value {
 
   static Value Int(long long n);
   static Value String(const std::string& s);
-  static Value Object() { return Value(); }
 
   bool IsObject() const { return kind == kObject; }
   bool IsEmptyObject() const { return kind == kObject && members.empty(); }
-  bool Has(const std::string& name) const { return members.count(name) != 0; }
 
   // Canonical JSON text (members sorted, no blanks).
   std::string Text() const;
