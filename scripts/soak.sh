@@ -4,6 +4,8 @@
 # Usage: scripts/soak.sh [campaign ...]   (default: all of them)
 # CONCURRENCY_OPS (operations per process, default 1000) and CRASH_KILLS
 # (default 300) lengthen or shorten those campaigns.
+# MODEL_STEPS sets the length of the model campaign (default 1 000 000) and
+# MODEL_MINUTES, when set, ends it earlier after that many minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -15,6 +17,7 @@ campaigns=(
   "concurrency|$dir/tests/reliability/concurrency/reliability_concurrency --workers=8 --ops=${CONCURRENCY_OPS:-1000}"
   "crashes|$dir/tests/reliability/crashes/reliability_crashes --kills=${CRASH_KILLS:-300}"
   "iofault|$dir/tests/reliability/iofault/iofault_campaign --long"
+  "model|$dir/tests/reliability/model/model_campaign --steps ${MODEL_STEPS:-1000000} ${MODEL_MINUTES:+--minutes $MODEL_MINUTES}"
 )
 
 wanted=("$@")
