@@ -124,6 +124,17 @@ bool ParseJson(const char* text, size_t length, JsonDocument& document, std::str
   return false;
 }
 
+bool IsUtf8(const char* text, size_t length) {
+  // The validator copies what it reads to an output stream; none is needed.
+  struct Discard {
+    void Put(char) {}
+  } ignored;
+  rapidjson::MemoryStream stream(text, length);
+  while (stream.Tell() < length)
+    if (!rapidjson::UTF8<>::Validate(stream, ignored)) return false;
+  return true;
+}
+
 std::string JsonToString(const JsonValue& value) {
   rapidjson::StringBuffer buffer;
   rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
