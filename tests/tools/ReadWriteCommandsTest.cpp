@@ -70,6 +70,17 @@ TEST_F(ReadWriteCommandsTest, ValuesThatAreNotObjectsAreRefused) {
   EXPECT_EQ(Ok({"get", "lab.net.nics"}), "[]\n");
 }
 
+// Found by fuzzing: the program read the instances of an array with
+// rapidjson's exact number reading, which gives a zero written with an
+// exponent an arbitrary value; it reads numbers as the library does.
+TEST_F(ReadWriteCommandsTest, NumbersOfAnArrayAreReadAsTheLibraryReadsThem) {
+  Outcome run = Corvcfg({"set", "lab.net.nics", "--json", R"([{"name": "eth0", "mtu": 0e-23}])"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err,
+            "[1084] Configuration failed schema validation\n"
+            "  /mtu: value 0.0 is less than minimum 68\n");
+}
+
 TEST_F(ReadWriteCommandsTest, AnUnknownKeyIsReportedByTheStore) {
   Outcome run = Corvcfg({"get", "lab.net.nope"});
   EXPECT_EQ(run.status, 1);
