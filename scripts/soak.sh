@@ -9,7 +9,9 @@ scripts/build.sh Release
 dir=build/release
 
 # One entry per campaign: "name|command line of its long mode".
+# The fuzz campaign takes hours: CORV_FUZZ_RUNS sets its inputs per target.
 campaigns=(
+  "fuzz|tests/fuzz/run-fuzzers.sh --runs ${CORV_FUZZ_RUNS:-10000000}"
 )
 
 wanted=("$@")

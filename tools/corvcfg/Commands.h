@@ -45,6 +45,10 @@ void AddBootCommands(CLI::App& app);
 CLI::Option* AddContextOption(CLI::App* command, std::string& context);
 CorvConfigStore::USERDATA_CONTEXT ContextNamed(const std::string& name);
 
+// Makes app the program's command line: its name, global options and every
+// command, each command running when a parse chooses it.
+void BuildCommandLine(CLI::App& app);
+
 // Parses the command line and runs the chosen command. Returns the exit
 // status: 0 on success (help included), kExitFailure when the command threw
 // (a ConfigStoreException is printed as "[code] message" on standard error,
