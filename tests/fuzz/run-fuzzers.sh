@@ -44,7 +44,9 @@ trap 'rm -rf "$work"' EXIT
 findings="$dir/findings"
 mkdir -p "$findings"
 
-export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
+# Stack use after return: a reference kept to a local of a returned
+# function (an option bound to a variable of the function that built it).
+export ASAN_OPTIONS="detect_leaks=1:detect_stack_use_after_return=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export TMPDIR="$work"
 symbolizer=$(command -v llvm-symbolizer-14 || command -v llvm-symbolizer || true)
