@@ -33,9 +33,11 @@ class DepthLimitedHandler {
     return document_.RawNumber(s, n, copy);
   }
   bool String(const char* s, rapidjson::SizeType n, bool copy) {
-    return document_.String(s, n, copy);
+    return Utf8(s, n) && document_.String(s, n, copy);
   }
-  bool Key(const char* s, rapidjson::SizeType n, bool copy) { return document_.Key(s, n, copy); }
+  bool Key(const char* s, rapidjson::SizeType n, bool copy) {
+    return Utf8(s, n) && document_.Key(s, n, copy);
+  }
   bool StartObject() { return Enter() && document_.StartObject(); }
   bool EndObject(rapidjson::SizeType n) {
     --depth_;
@@ -48,8 +50,17 @@ class DepthLimitedHandler {
   }
 
   bool TooDeep() const { return tooDeep_; }
+  bool LoneSurrogate() const { return loneSurrogate_; }
 
  private:
+  // The reader checks the bytes of the text, but decodes an escaped low
+  // surrogate without its high half ("\udc00") into bytes that are not
+  // UTF-8; such a string is refused here.
+  bool Utf8(const char* s, rapidjson::SizeType n) {
+    if (!IsUtf8(s, n)) loneSurrogate_ = true;
+    return !loneSurrogate_;
+  }
+
   bool Enter() {
     if (++depth_ > kMaxJsonDepth) tooDeep_ = true;
     return !tooDeep_;
@@ -58,6 +69,7 @@ class DepthLimitedHandler {
   JsonDocument& document_;
   int depth_ = 0;
   bool tooDeep_ = false;
+  bool loneSurrogate_ = false;
 };
 
 // rapidjson's allocator of blocks and parse stacks holds no state, so every
@@ -116,12 +128,25 @@ bool ParseJson(const char* text, size_t length, JsonDocument& document, std::str
       offset = end;
     } else if (handler.TooDeep()) {
       reason = "nesting deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+    } else if (handler.LoneSurrogate()) {
+      reason = rapidjson::GetParseError_En(rapidjson::kParseErrorStringUnicodeSurrogateInvalid);
     } else {
       reason = rapidjson::GetParseError_En(reader.GetParseErrorCode());
     }
     *error = reason + " at offset " + std::to_string(offset);
   }
   return false;
+}
+
+bool IsUtf8(const char* text, size_t length) {
+  // The validator copies what it reads to an output stream; none is needed.
+  struct Discard {
+    void Put(char) {}
+  } ignored;
+  rapidjson::MemoryStream stream(text, length);
+  while (stream.Tell() < length)
+    if (!rapidjson::UTF8<>::Validate(stream, ignored)) return false;
+  return true;
 }
 
 std::string JsonToString(const JsonValue& value) {

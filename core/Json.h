@@ -36,9 +36,14 @@ inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 64; }
 
 // Parses text as exactly one JSON value (blanks, tabs, carriage returns and
 // line feeds around it allowed) into document, without recursion and with
-// the nesting limit; strings must be valid UTF-8. On failure returns false, leaves the document null and
-// describes the fault in *error ("<reason> at offset N").
+// the nesting limit; strings must be valid UTF-8. On failure returns false,
+// leaves the document null and describes the fault in *error ("<reason> at
+// offset N").
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error);
+
+// True when the length bytes of text are valid UTF-8, the only text a JSON
+// value may hold.
+bool IsUtf8(const char* text, size_t length);
 
 // Compact JSON text of a value.
 std::string JsonToString(const JsonValue& value);

@@ -56,7 +56,11 @@ void ForEachExported(const std::vector<std::shared_ptr<FilterSpecObject>>& filte
   auto offer = [&visit](const ObjectPtr& object) {
     visit(object->GetConfigStoreObjectId(), object.get());
   };
-  for (const auto& [id, key] : keys) {
+  for (const auto& entry : keys) {
+    // Named references, not a structured binding: C++17 lambdas cannot
+    // capture a binding.
+    const auto& id = entry.first;
+    const auto& key = entry.second;
     if (!key.schema->HasInstances()) {
       ObjectPtr object = GetInternal(id, connection, key.schema, op);
       if (object)

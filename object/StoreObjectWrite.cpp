@@ -2,6 +2,7 @@
 #include <corvconfigstore/Exceptions.h>
 
 #include <cstdint>
+#include <cstring>
 
 #include "core/Throw.h"
 #include "object/StoreObjectImpl.h"
@@ -12,6 +13,18 @@ namespace CorvConfigStore {
 // A member holding null is not found by GetValuePtr, so a second member of
 // the same name is appended behind it and reads keep meeting the null one;
 // callers that want to replace a null member remove it first.
+namespace {
+
+// Text that is not UTF-8 would make the object's JSON text invalid, so it
+// is refused as text that is not JSON is: new member names and string
+// values.
+void RequireUtf8(const char* text, size_t length) {
+  if (!IsUtf8(text, length))
+    throw ConfigStoreException(CS_ERR_JSON_PARSE, "Invalid JSON text: Invalid encoding in string.");
+}
+
+}  // namespace
+
 template <typename Assign>
 void StoreObjectImpl::WriteValue(const char* key, Assign assign) {
   JsonValue* existing = GetValuePtr(key);
@@ -19,6 +32,7 @@ void StoreObjectImpl::WriteValue(const char* key, Assign assign) {
     assign(*existing);
     return;
   }
+  RequireUtf8(key, std::strlen(key));
   JsonValue value;
   assign(value);
   JsonAllocator& allocator = doc_->GetAllocator();
@@ -27,6 +41,7 @@ void StoreObjectImpl::WriteValue(const char* key, Assign assign) {
 
 void StoreObjectImpl::SetValue(const char* key, const char* value) {
   RequireValue(value);
+  RequireUtf8(value, std::strlen(value));
   JsonAllocator& allocator = doc_->GetAllocator();
   WriteValue(key, [value, &allocator](JsonValue& v) { v.SetString(value, allocator); });
 }
@@ -73,6 +88,7 @@ void StoreObjectImpl::SetValue(const char* key, bool value) {
 
 void StoreObjectImpl::SetValueEmptyList(const char* key) {
   RequireKey(key);
+  RequireUtf8(key, std::strlen(key));
   Remove(key);
   JsonAllocator& allocator = doc_->GetAllocator();
   GetJsonValuePtr()->AddMember(JsonValue(key, allocator), JsonValue(rapidjson::kArrayType),
@@ -117,6 +133,7 @@ void StoreObjectImpl::AppendValue(const char* key, bool value) {
 }
 
 void StoreObjectImpl::AppendValue(const char* key, const std::string& value) {
+  RequireUtf8(value.data(), value.size());
   JsonAllocator& allocator = doc_->GetAllocator();
   JsonValue text(value.data(), static_cast<rapidjson::SizeType>(value.size()), allocator);
   ValidateAppend(key, [](const JsonValue& first) {

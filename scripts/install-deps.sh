@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs every build, test and benchmark dependency from Debian's packages.
+# Installs every build, test and benchmark dependency from Debian's packages
+# (clang with libFuzzer's runtime and the symbolizer: the fuzz build).
 # Skips what is already installed, so running it twice is harmless.
 set -euo pipefail
 
@@ -8,6 +9,7 @@ packages=(
   rapidjson-dev libsqlite3-dev sqlite3 uuid-dev libpcre2-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev json-schema-test-suite
   python3-dev pybind11-dev python3-pytest
+  clang-14 libclang-rt-14-dev llvm-14
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -13,11 +13,13 @@ scripts/build.sh Release
 dir=build/release
 
 # One entry per campaign: "name|command line of its long mode".
+# The fuzz campaign takes hours: CORV_FUZZ_RUNS sets its inputs per target.
 campaigns=(
   "concurrency|$dir/tests/reliability/concurrency/reliability_concurrency --workers=8 --ops=${CONCURRENCY_OPS:-1000}"
   "crashes|$dir/tests/reliability/crashes/reliability_crashes --kills=${CRASH_KILLS:-300}"
   "iofault|$dir/tests/reliability/iofault/iofault_campaign --long"
   "model|$dir/tests/reliability/model/model_campaign --steps ${MODEL_STEPS:-1000000} ${MODEL_MINUTES:+--minutes $MODEL_MINUTES}"
+  "fuzz|tests/fuzz/run-fuzzers.sh --runs ${CORV_FUZZ_RUNS:-10000000}"
 )
 
 wanted=("$@")

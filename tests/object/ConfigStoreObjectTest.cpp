@@ -92,6 +92,13 @@ TEST(ConfigStoreObjectTest, InstanceIdOverwritesTheIdPropertyInPlace) {
   EXPECT_EQ(object->GetData(), R"({"name":"new","mtu":1})");
 }
 
+// Found by fuzzing: the instance id is written into the value, so one that
+// is not UTF-8 made the object's text invalid JSON.
+TEST(ConfigStoreObjectTest, AnInstanceIdThatIsNotUtf8IsRefused) {
+  EXPECT_TRUE(Throws<ConfigStoreException>([] { ObjectFrom(Nics(), R"({"mtu":5})", "spe\x9c"); },
+                                           1080, "Invalid JSON text: Invalid encoding in string."));
+}
+
 TEST(ConfigStoreObjectTest, ReadsFallBackToDefaults) {
   auto object = ObjectFrom(Nics(), R"({"desc":null})", "eth0");
   int mtu = 0;

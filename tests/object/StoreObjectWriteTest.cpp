@@ -4,6 +4,7 @@
 #include <corvconfigstore/StoreObject.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -278,4 +279,24 @@ TEST(StoreObjectWriteTest, NullImplementationIsRefused) {
   EXPECT_TRUE(Throws<InvalidArgumentException>(
       [] { HandleOver object(std::shared_ptr<StoreObjectImpl>{}); }, 2000,
       "value cannot be null"));
+}
+
+// Text that is not UTF-8 would make the object's JSON text invalid: it is
+// refused like text that is not JSON, and the object stays as it was.
+TEST(StoreObjectWriteTest, TextThatIsNotUtf8IsRefused) {
+  StoreObject object(TestId());
+  object.SetValue("s", "ok");
+  object.SetValueEmptyList("list");
+  const std::string message = "Invalid JSON text: Invalid encoding in string.";
+  auto refused = [&](const std::function<void()>& write) {
+    return Throws<ConfigStoreException>(write, 1080, message);
+  };
+  EXPECT_TRUE(refused([&] { object.SetValue("s", "\xff\xfe"); }));
+  EXPECT_TRUE(refused([&] { object.SetValue("s", std::string("a\xc3")); }));  // cut short
+  EXPECT_TRUE(refused([&] { object.SetValue("\xed\xa0\x80", 1); }));         // a surrogate
+  EXPECT_TRUE(refused([&] { object.SetValueEmptyList("\xc0\xaf"); }));       // overlong
+  EXPECT_TRUE(refused([&] { object.AppendValue("list", "\x9c"); }));
+  EXPECT_EQ(object.GetData(), R"({"s":"ok","list":[]})");
+  object.SetValue("s", "caf\xc3\xa9");
+  EXPECT_EQ(object.GetData(), "{\"s\":\"caf\xc3\xa9\",\"list\":[]}");
 }

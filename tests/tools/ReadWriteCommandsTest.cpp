@@ -90,6 +90,17 @@ TEST_F(ReadWriteCommandsTest, AFaultInJsonTextIsPlacedByLineAndColumn) {
                       "offset 20 (line 1, column 19)\n");
 }
 
+// Found by fuzzing: the program read the instances of an array with
+// rapidjson's exact number reading, which gives a zero written with an
+// exponent an arbitrary value; it reads numbers as the library does.
+TEST_F(ReadWriteCommandsTest, NumbersOfAnArrayAreReadAsTheLibraryReadsThem) {
+  Outcome run = Corvcfg({"set", "lab.net.nics", "--json", R"([{"name": "eth0", "mtu": 0e-23}])"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err,
+            "[1084] Configuration failed schema validation\n"
+            "  /mtu: value 0.0 is less than minimum 68\n");
+}
+
 TEST_F(ReadWriteCommandsTest, AnUnknownKeyIsReportedByTheStore) {
   Outcome run = Corvcfg({"get", "lab.net.nope"});
   EXPECT_EQ(run.status, 3);

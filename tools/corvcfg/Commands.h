@@ -55,6 +55,10 @@ std::string NextBootDocument(const std::vector<CorvConfigStore::SchemaInfo>& sch
 CLI::Option* AddContextOption(CLI::App* command, std::string& context);
 CorvConfigStore::USERDATA_CONTEXT ContextNamed(const std::string& name);
 
+// Makes app the program's command line: its name, global options and every
+// command, each command running when a parse chooses it.
+void BuildCommandLine(CLI::App& app);
+
 // Parses the command line and runs the chosen command. Returns the exit
 // status: 0 on success (help and version included), kExitUsage for a usage
 // error (an unknown command with the commands it may be a slip for), else

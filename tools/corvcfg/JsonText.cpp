@@ -67,7 +67,9 @@ void ParseCheckedJson(const std::string& text, rapidjson::Document& document) {
     if (error.GetErrorCode() != CorvConfigStore::CS_ERR_JSON_PARSE) throw;
     RethrowWithPosition(text);
   }
-  document.Parse<rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
+  // Numbers are read as the library reads them. (rapidjson's exact reading
+  // gives a zero written with an exponent, 0e-23, an arbitrary value.)
+  document.Parse(text.c_str(), text.size());
 }
 
 std::string JsonText(const rapidjson::Value& value) {
