@@ -6,6 +6,8 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
+#include <cmath>
+
 namespace CorvConfigStore {
 
 void ThrowJsonAssertion(const char* file, int line, const char* expression) {
@@ -28,7 +30,13 @@ class DepthLimitedHandler {
   bool Uint(unsigned u) { return document_.Uint(u); }
   bool Int64(int64_t i) { return document_.Int64(i); }
   bool Uint64(uint64_t u) { return document_.Uint64(u); }
-  bool Double(double d) { return document_.Double(d); }
+  // The reader checks the exponent but not what the digits before it add,
+  // so "184467440737095516e300" reaches here as infinity: JSON has no text
+  // for it, and a document holding it could not be written out whole.
+  bool Double(double d) {
+    if (!std::isfinite(d)) tooBig_ = true;
+    return !tooBig_ && document_.Double(d);
+  }
   bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) {
     return document_.RawNumber(s, n, copy);
   }
@@ -51,6 +59,7 @@ class DepthLimitedHandler {
 
   bool TooDeep() const { return tooDeep_; }
   bool LoneSurrogate() const { return loneSurrogate_; }
+  bool TooBig() const { return tooBig_; }
 
  private:
   // The reader checks the bytes of the text, but decodes an escaped low
@@ -70,6 +79,7 @@ class DepthLimitedHandler {
   int depth_ = 0;
   bool tooDeep_ = false;
   bool loneSurrogate_ = false;
+  bool tooBig_ = false;
 };
 
 // rapidjson's allocator of blocks and parse stacks holds no state, so every
@@ -128,6 +138,8 @@ bool ParseJson(const char* text, size_t length, JsonDocument& document, std::str
       offset = end;
     } else if (handler.TooDeep()) {
       reason = "nesting deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+    } else if (handler.TooBig()) {
+      reason = rapidjson::GetParseError_En(rapidjson::kParseErrorNumberTooBig);
     } else if (handler.LoneSurrogate()) {
       reason = rapidjson::GetParseError_En(rapidjson::kParseErrorStringUnicodeSurrogateInvalid);
     } else {

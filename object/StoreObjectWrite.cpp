@@ -1,6 +1,7 @@
 // Writes of scalar members, empty lists and appends to lists.
 #include <corvconfigstore/Exceptions.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -21,6 +22,16 @@ namespace {
 void RequireUtf8(const char* text, size_t length) {
   if (!IsUtf8(text, length))
     throw ConfigStoreException(CS_ERR_JSON_PARSE, "Invalid JSON text: Invalid encoding in string.");
+}
+
+// JSON has no text for infinities and NaN; the parser refuses them with the
+// same words.
+void RequireFinite(double value) {
+  if (std::isnan(value))
+    throw ConfigStoreException(CS_ERR_JSON_PARSE, "Invalid JSON text: Invalid value.");
+  if (std::isinf(value))
+    throw ConfigStoreException(CS_ERR_JSON_PARSE,
+                               "Invalid JSON text: Number too big to be stored in double.");
 }
 
 }  // namespace
@@ -75,6 +86,7 @@ void StoreObjectImpl::SetValue(const char* key, unsigned char value) {
 }
 
 void StoreObjectImpl::SetValue(const char* key, double value) {
+  RequireFinite(value);
   WriteValue(key, [value](JsonValue& v) { v.SetDouble(value); });
 }
 
@@ -121,6 +133,7 @@ void StoreObjectImpl::AppendValue(const char* key, long long value) {
 }
 
 void StoreObjectImpl::AppendValue(const char* key, double value) {
+  RequireFinite(value);
   ValidateAppend(key, [](const JsonValue& first) {
     return first.IsDouble();
   }).PushBack(JsonValue(value), doc_->GetAllocator());

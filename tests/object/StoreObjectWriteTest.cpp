@@ -4,7 +4,9 @@
 #include <corvconfigstore/StoreObject.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -299,4 +301,27 @@ TEST(StoreObjectWriteTest, TextThatIsNotUtf8IsRefused) {
   EXPECT_EQ(object.GetData(), R"({"s":"ok","list":[]})");
   object.SetValue("s", "caf\xc3\xa9");
   EXPECT_EQ(object.GetData(), "{\"s\":\"caf\xc3\xa9\",\"list\":[]}");
+}
+
+// JSON has no text for infinities and NaN: writing one would leave the
+// object's text cut short, so such numbers are refused and the object
+// stays as it was.
+TEST(StoreObjectWriteTest, NumbersWithoutJsonTextAreRefused) {
+  StoreObject object(TestId());
+  object.SetValue("d", 1.5);
+  object.SetValueEmptyList("list");
+  const double infinity = std::numeric_limits<double>::infinity();
+  const std::string tooBig = "Invalid JSON text: Number too big to be stored in double.";
+  EXPECT_TRUE(Throws<ConfigStoreException>([&] { object.SetValue("d", infinity); }, 1080, tooBig));
+  EXPECT_TRUE(Throws<ConfigStoreException>([&] { object.SetValue("e", -infinity); }, 1080, tooBig));
+  EXPECT_TRUE(Throws<ConfigStoreException>(
+      [&] { object.SetValue("d", std::numeric_limits<float>::infinity()); }, 1080, tooBig));
+  EXPECT_TRUE(Throws<ConfigStoreException>(
+      [&] { object.SetValue("d", std::nan("")); }, 1080, "Invalid JSON text: Invalid value."));
+  object.AppendValue("list", 2.5);
+  EXPECT_TRUE(
+      Throws<ConfigStoreException>([&] { object.AppendValue("list", infinity); }, 1080, tooBig));
+  EXPECT_EQ(object.GetData(), R"({"d":1.5,"list":[2.5]})");
+  object.SetValue("d", std::numeric_limits<double>::max());
+  EXPECT_EQ(object.GetData(), R"({"d":1.7976931348623157e308,"list":[2.5]})");
 }
