@@ -64,9 +64,14 @@ class DepthLimitedHandler {
  private:
   // The reader checks the bytes of the text, but decodes an escaped low
   // surrogate without its high half ("\udc00") into bytes that are not
-  // UTF-8; such a string is refused here.
+  // UTF-8; such a string is refused here. Those are the only bytes it can
+  // hand over that are not UTF-8: 0xED followed by 0xA0-0xBF, which its
+  // check of the text refuses and its escapes yield only for a surrogate.
+  // Looking for them alone spares decoding every string a second time.
   bool Utf8(const char* s, rapidjson::SizeType n) {
-    if (!IsUtf8(s, n)) loneSurrogate_ = true;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(s);
+    for (rapidjson::SizeType i = 0; i + 1 < n; ++i)
+      if (bytes[i] == 0xED && bytes[i + 1] >= 0xA0) loneSurrogate_ = true;
     return !loneSurrogate_;
   }
 
@@ -109,7 +114,12 @@ std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
   return std::make_shared<PooledDocument>(bytes);
 }
 
-bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
+namespace {
+
+// Reads text into document with the reader's flags, and says why it is
+// refused when it is.
+template <unsigned kFlags>
+bool Read(const char* text, size_t length, JsonDocument& document, std::string* error) {
   rapidjson::Reader reader;
   DepthLimitedHandler handler(document);
   // The reader takes a NUL byte for the end of the text, so whatever
@@ -118,10 +128,6 @@ bool ParseJson(const char* text, size_t length, JsonDocument& document, std::str
   size_t end = length;
   auto generate = [&](JsonDocument&) {
     rapidjson::MemoryStream stream(text, length);
-    // Text that is not UTF-8 is refused here, so no document holds bytes
-    // that would make the text written from it invalid JSON.
-    constexpr unsigned kFlags =
-        rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
     if (reader.Parse<kFlags>(stream, handler).IsError()) return false;
     end = stream.Tell();
     return end == length;
@@ -147,6 +153,24 @@ bool ParseJson(const char* text, size_t length, JsonDocument& document, std::str
     }
     *error = reason + " at offset " + std::to_string(offset);
   }
+  return false;
+}
+
+}  // namespace
+
+bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
+  // Text that is not UTF-8 is refused, so no document holds bytes that would
+  // make the text written from it invalid JSON. The recursive reader is the
+  // faster one; it recurses once per level of nesting, which the handler
+  // stops at kMaxJsonDepth, so the stack it takes is bounded.
+  if (Read<rapidjson::kParseValidateEncodingFlag>(text, length, document, nullptr)) return true;
+  // The iterative reader names the faults as the library always has (a
+  // lone "}" is "The document is empty.", where the recursive one says
+  // "Invalid value."): refused text is read again by it to say why.
+  if (error != nullptr)
+    Read<rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag>(text, length,
+                                                                                 document, error);
+  document.SetNull();
   return false;
 }
 
