@@ -141,16 +141,20 @@ int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std:
       return kFailure;
     }
     if (!callback) continue;
+    // The names are the same for every row of the execution.
     int count = sqlite3_column_count(stmt);
-    values.assign(static_cast<size_t>(count), nullptr);
-    names.assign(static_cast<size_t>(count), nullptr);
+    if (names.size() != static_cast<size_t>(count)) {
+      names.resize(static_cast<size_t>(count));
+      for (int i = 0; i < count; ++i) names[i] = const_cast<char*>(sqlite3_column_name(stmt, i));
+      values.resize(static_cast<size_t>(count));
+    }
     for (int i = 0; i < count; ++i) {
-      if (sqlite3_column_type(stmt, i) != SQLITE_NULL) {
-        const unsigned char* value = sqlite3_column_text(stmt, i);
-        values[i] = value != nullptr ? reinterpret_cast<char*>(const_cast<unsigned char*>(value))
-                                     : empty;
-      }
-      names[i] = const_cast<char*>(sqlite3_column_name(stmt, i));
+      // No text is SQL NULL, or a value SQLite could not convert (out of
+      // memory), which reads as empty text.
+      const unsigned char* value = sqlite3_column_text(stmt, i);
+      values[i] = value != nullptr ? reinterpret_cast<char*>(const_cast<unsigned char*>(value))
+                  : sqlite3_column_type(stmt, i) == SQLITE_NULL ? nullptr
+                                                                 : empty;
     }
     // Stopping early is the caller's choice, not a failure.
     if (callback(count, values.data(), names.data()) != 0) return kSuccess;
