@@ -35,7 +35,7 @@ std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes = 1024);
 inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 64; }
 
 // Parses text as exactly one JSON value (blanks, tabs, carriage returns and
-// line feeds around it allowed) into document, without recursion and with
+// line feeds around it allowed) into document, recursing no deeper than
 // the nesting limit; strings must be valid UTF-8. On failure returns false,
 // leaves the document null and describes the fault in *error ("<reason> at
 // offset N").
