@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "core/Json.h"
 
@@ -14,27 +15,45 @@
 namespace CorvConfigStore {
 
 // A rapidjson output stream that hands its text to a sink a block at a time.
+// rapidjson's writers reserve room for each token and then put its bytes
+// unchecked (PutReserve and PutUnsafe below), so a byte costs one store,
+// not a capacity check.
 class SinkStream {
  public:
   using Ch = char;
 
-  explicit SinkStream(const TextSink& sink) : sink_(sink) { buffer_.reserve(kBlockBytes); }
+  explicit SinkStream(const TextSink& sink) : sink_(sink), buffer_(kBlockBytes) {}
 
+  // Makes room for count more bytes, handing the sink what the block holds
+  // when they would not fit; a token larger than a block gets a buffer of
+  // its size.
+  void Reserve(size_t count) {
+    if (used_ + count <= kBlockBytes) return;
+    Flush();
+    if (count > buffer_.size()) buffer_.resize(count);
+  }
+  void PutUnsafe(char c) { buffer_[used_++] = c; }
   void Put(char c) {
-    buffer_.push_back(c);
-    if (buffer_.size() >= kBlockBytes) Flush();
+    Reserve(1);
+    PutUnsafe(c);
   }
   void Flush() {
-    if (buffer_.empty()) return;
-    sink_(buffer_.data(), buffer_.size());
-    buffer_.clear();
+    if (used_ == 0) return;
+    sink_(buffer_.data(), used_);
+    used_ = 0;
   }
 
  private:
   static constexpr size_t kBlockBytes = 64 * 1024;
   const TextSink& sink_;
-  std::string buffer_;
+  std::vector<char> buffer_;
+  size_t used_ = 0;
 };
+
+// Found by argument-dependent lookup from rapidjson's writers, in place of
+// its generic forms that check every byte.
+inline void PutReserve(SinkStream& stream, size_t count) { stream.Reserve(count); }
+inline void PutUnsafe(SinkStream& stream, char c) { stream.PutUnsafe(c); }
 
 // Calls write with a rapidjson writer of layout on sink (compact as
 // JsonToString writes, or indented by two spaces) and hands the sink the

@@ -218,6 +218,17 @@ TEST_F(ExportTest, ALargeExportReachesTheSinkInPieces) {
   EXPECT_EQ(5000u, InstancesOf(streamed.Text(), "iface", "name").size());
 }
 
+TEST_F(ExportTest, AValueLargerThanAPieceIsExportedWhole) {
+  const std::string domain(150000, 'd');
+  store_->Set(MakeObject(kDns, R"({"domain":")" + domain + R"("})"), EXTERNAL);
+  Pieces streamed;
+  ExportTo(Filters({kDns}), streamed.Sink());
+  EXPECT_EQ(R"({"corv":{"net":{"dns":{"domain":")" + domain + R"("}}}})", streamed.Text());
+  Pieces indented;
+  ExportTo(Filters({kDns}), indented.Sink(), JsonLayout::kIndented);
+  EXPECT_EQ(Indented(streamed.Text()), indented.Text());
+}
+
 TEST_F(ExportTest, AnInstanceSelectedTwiceIsExportedOnce) {
   StoreInterfaces(2);
   std::string document = Export({Filter(kEth1), Filter(kIface), Filter(kEth1)});
