@@ -43,6 +43,35 @@ void AddGeneratedId(JsonValue& instance, JsonAllocator& allocator) {
                      allocator);
 }
 
+// The walk of PopulateGeneratedInstanceId.
+void PopulateGeneratedIds(const JsonValue& schema, JsonValue& value, JsonAllocator& allocator) {
+  if (!schema.IsObject()) return;
+  auto items = schema.FindMember("items");
+  bool generated =
+      IsArrayOfObjects(schema) && FindInstanceIdProperty(items->value) == kGeneratedIdProperty;
+  if (value.IsArray()) {
+    if (items == schema.MemberEnd()) return;
+    for (JsonValue& element : value.GetArray()) {
+      if (generated) AddGeneratedId(element, allocator);
+      PopulateGeneratedIds(items->value, element, allocator);
+    }
+  } else if (value.IsObject()) {
+    // An object given to a list schema is one instance of the list.
+    if (IsArrayOfObjects(schema)) {
+      if (generated) AddGeneratedId(value, allocator);
+      PopulateGeneratedIds(items->value, value, allocator);
+      return;
+    }
+    const JsonValue* properties = FindProperties(schema);
+    if (properties == nullptr) return;
+    for (auto& member : value.GetObject()) {
+      auto property = properties->FindMember(member.name);
+      if (property != properties->MemberEnd())
+        PopulateGeneratedIds(property->value, member.value, allocator);
+    }
+  }
+}
+
 }  // namespace
 
 void GenerateSchemaDocument(const JsonValue& value, const std::shared_ptr<SchemaObjectCache>& cache,
@@ -75,33 +104,23 @@ void GenerateSchemaDocument(const JsonValue& value, const std::shared_ptr<Schema
   static_cast<JsonValue&>(schema).Swap(root);
 }
 
+bool UsesGeneratedIds(const JsonValue& schema) {
+  if (!schema.IsObject()) return false;
+  if (IsArrayOfObjects(schema) && FindInstanceIdProperty(schema["items"]) == kGeneratedIdProperty)
+    return true;
+  auto items = schema.FindMember("items");
+  if (items != schema.MemberEnd() && UsesGeneratedIds(items->value)) return true;
+  if (const JsonValue* properties = FindProperties(schema))
+    for (const auto& property : properties->GetObject())
+      if (UsesGeneratedIds(property.value)) return true;
+  return false;
+}
+
 void PopulateGeneratedInstanceId(const JsonValue& schema, JsonValue& value,
                                  JsonAllocator& allocator) {
-  if (!schema.IsObject()) return;
-  auto items = schema.FindMember("items");
-  bool generated =
-      IsArrayOfObjects(schema) && FindInstanceIdProperty(items->value) == kGeneratedIdProperty;
-  if (value.IsArray()) {
-    if (items == schema.MemberEnd()) return;
-    for (JsonValue& element : value.GetArray()) {
-      if (generated) AddGeneratedId(element, allocator);
-      PopulateGeneratedInstanceId(items->value, element, allocator);
-    }
-  } else if (value.IsObject()) {
-    // An object given to a list schema is one instance of the list.
-    if (IsArrayOfObjects(schema)) {
-      if (generated) AddGeneratedId(value, allocator);
-      PopulateGeneratedInstanceId(items->value, value, allocator);
-      return;
-    }
-    const JsonValue* properties = FindProperties(schema);
-    if (properties == nullptr) return;
-    for (auto& member : value.GetObject()) {
-      auto property = properties->FindMember(member.name);
-      if (property != properties->MemberEnd())
-        PopulateGeneratedInstanceId(property->value, member.value, allocator);
-    }
-  }
+  // Most schemas name their instances' ids: a look at the schema spares the
+  // walk of a value that may hold thousands of instances.
+  if (UsesGeneratedIds(schema)) PopulateGeneratedIds(schema, value, allocator);
 }
 
 }  // namespace CorvSchemaStore

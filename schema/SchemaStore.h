@@ -189,4 +189,9 @@ void PopulateGeneratedInstanceId(const CorvConfigStore::JsonValue& schema,
                                  CorvConfigStore::JsonValue& value,
                                  CorvConfigStore::JsonAllocator& allocator);
 
+// True when some list below schema (reached through "properties" and
+// "items") has instances with generated ids: only then can
+// PopulateGeneratedInstanceId change a value.
+bool UsesGeneratedIds(const CorvConfigStore::JsonValue& schema);
+
 }  // namespace CorvSchemaStore

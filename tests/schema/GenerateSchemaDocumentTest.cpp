@@ -177,3 +177,24 @@ TEST_F(GenerateSchemaDocumentTest, GeneratedIdsAreCompletedAgainstAKeySchema) {
   EXPECT_EQ(mixed[0].GetInt(), 1);
   EXPECT_TRUE(mixed[1].HasMember("cs_generated_id"));
 }
+
+TEST_F(GenerateSchemaDocumentTest, OnlySchemasWithGeneratedIdsCanChangeAValue) {
+  auto schemaOf = [](const char* key) {
+    return SchemaStore::GetCache()->GetSchema("corv", "net", key);
+  };
+  // A list with generated ids, at the root or below a member.
+  EXPECT_TRUE(CorvSchemaStore::UsesGeneratedIds(schemaOf("staticRoutes")->GetSchemaDocument()));
+  EXPECT_TRUE(CorvSchemaStore::UsesGeneratedIds(schemaOf("dns")->GetSchemaDocument()));
+  // Named instance ids, plain values and lists of them.
+  EXPECT_FALSE(CorvSchemaStore::UsesGeneratedIds(schemaOf("nics")->GetSchemaDocument()));
+  EXPECT_FALSE(CorvSchemaStore::UsesGeneratedIds(
+      Parse(R"({"type": "object", "properties": {"a": {"type": "array", "items": {"type":
+      "string"}}, "b": {"type": "object", "properties": {"c": {"type": "integer"}}}}})")));
+  EXPECT_FALSE(CorvSchemaStore::UsesGeneratedIds(Parse("true")));
+  // A whole document's schema uses them when one of its keys does.
+  JsonDocument nicsOnly = Parse(R"({"corv": {"net": {"nics": [{"name": "eth0"}]}}})");
+  EXPECT_FALSE(CorvSchemaStore::UsesGeneratedIds(Generate(nicsOnly)));
+  JsonDocument withRoutes =
+      Parse(R"({"corv": {"net": {"nics": [{"name": "eth0"}], "staticRoutes": []}}})");
+  EXPECT_TRUE(CorvSchemaStore::UsesGeneratedIds(Generate(withRoutes)));
+}
