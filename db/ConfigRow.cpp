@@ -244,9 +244,8 @@ void ForEachInstanceRow(const Connection& conn, const DBStore::SqlStatement& sta
   VisitRows(conn, statement, KeyParams(id), ReadInstancesFailed(id), visit);
 }
 
-ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                          const ConfigRow& row, Layer layer) {
-  if (!row.Has(layer)) return nullptr;
+std::shared_ptr<JsonDocument> ParseLayer(const ConfigStoreObjectId& id, const ConfigRow& row,
+                                         Layer layer) {
   const std::string& text = *row.Get(layer);
   auto document = NewJsonDocument(ParsedDocumentBytes(text.size()));
   std::string error;
@@ -256,6 +255,17 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
                           id.toString() + " does not hold a JSON object: " + reason;
     throw ConfigStoreException(CS_ERR_JSON, message.c_str());
   }
+  return document;
+}
+
+ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                          const ConfigRow& row, Layer layer) {
+  if (!row.Has(layer)) return nullptr;
+  return MakeLayerObject(id, schema, row, ParseLayer(id, row, layer));
+}
+
+ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                          const ConfigRow& row, const std::shared_ptr<JsonDocument>& document) {
   auto impl = std::make_shared<ConfigStoreObjectImpl>(
       id, id, std::nullopt, std::make_shared<JsonDoc>(document), schema, row.version,
       row.creationTime, row.modifiedTime, row.revision, true, nullptr, nullptr);

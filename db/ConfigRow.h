@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "core/Json.h"
 #include "db/OperationContext.h"
 #include "db/Statements.h"
 
@@ -121,12 +122,21 @@ void ForEachInstanceRow(const Connection& conn, const DBStore::SqlStatement& sta
                         const ConfigStoreObjectId& id,
                         const std::function<void(const ConfigRow&)>& visit);
 
+// The JSON of one value column that the row has (see ConfigRow::Has). Text
+// that is not one JSON object raises ConfigStoreException 1082 naming the
+// column and id.
+std::shared_ptr<JsonDocument> ParseLayer(const ConfigStoreObjectId& id, const ConfigRow& row,
+                                         Layer layer);
+
 // The layer object of one value column: the column's JSON, with the row's
 // version, creation and modification time and revision; empty when the
 // column is empty or layer is kNone. Text that is not one JSON object raises
 // ConfigStoreException 1082.
 ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                           const ConfigRow& row, Layer layer);
+// The same, for the column's JSON already parsed.
+ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                          const ConfigRow& row, const std::shared_ptr<JsonDocument>& document);
 
 // The layer that holds a row's user value at run time: with an upgrade in
 // progress the desired value when present, else the user value; otherwise

@@ -2,6 +2,7 @@
 // member by member; lists of instances merge instance by instance.
 #include "db/MergeConfig.h"
 
+#include "core/ConfigStoreDocument.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
 #include "object/ObjectAccess.h"
@@ -19,11 +20,49 @@ ObjectPtr MergeConfig(ObjectPtr base, const ObjectPtr& a, const ObjectPtr& b, co
   return base;
 }
 
+namespace {
+
+// True when merging layer member by member only sets plain members: it has
+// no object, and no list of instances (a list whose name idMap holds).
+bool IsFlat(const JsonValue& layer, const JsonDoc* idMap) {
+  const JsonValue* lists = idMap != nullptr ? idMap->GetJsonValuePtr() : nullptr;
+  for (const auto& member : layer.GetObject()) {
+    if (member.value.IsObject()) return false;
+    if (member.value.IsArray() && lists != nullptr &&
+        ConfigStoreDocument::ValueExists(*lists, member.name.GetString()))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                          const ConfigRow& row, Layer main, Layer user) {
-  return MergeConfig(MakeLayerObject(id, schema, row, Layer::kVital),
-                     MakeLayerObject(id, schema, row, Layer::kCached),
-                     MakeLayerObject(id, schema, row, main), MakeLayerObject(id, schema, row, user));
+  // The first layer the row has is the base. A layer that only sets plain
+  // members is merged as UpdateConfigInternal would merge it, member by
+  // member, without becoming an object of its own: that is most layers,
+  // and it spares an object per layer on every read.
+  ObjectPtr base;
+  for (Layer layer : {Layer::kVital, Layer::kCached, main, user}) {
+    if (!row.Has(layer)) continue;
+    if (!base) {
+      base = MakeLayerObject(id, schema, row, layer);
+      continue;
+    }
+    std::shared_ptr<JsonDocument> document = ParseLayer(id, row, layer);
+    ConfigStoreObjectImpl& target = ImplOf(base);
+    if (!IsFlat(*document, target.GetIdMap().get())) {
+      ObjectPtr update = MakeLayerObject(id, schema, row, document);
+      UpdateConfigInternal(update, base, ImplOf(update).GetIdMap());
+      continue;
+    }
+    for (const auto& member : document->GetObject()) {
+      std::string name(member.name.GetString(), member.name.GetStringLength());
+      target.SetValueEx(name.c_str(), &member.value);
+    }
+  }
+  return base;
 }
 
 }  // namespace CorvConfigStore

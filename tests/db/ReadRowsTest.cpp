@@ -2,6 +2,8 @@
 // how the layers merge.
 #include <corvconfigstore/KeyValue.h>
 
+#include <array>
+
 #include "RowsFixture.h"
 #include "db/MergeConfig.h"
 #include "db/ReadRows.h"
@@ -68,6 +70,45 @@ TEST_F(ReadRowsTest, MergeConfigSkipsEmptyLayersAndLaterLayersWin) {
                        Make(id, R"({"x":3})"));
   EXPECT_EQ(merged, base);
   EXPECT_TRUE(JsonEqual(R"({"x":3,"text":"b"})", Json(merged)));
+}
+
+// A row's layers merge exactly as their layer objects merge one over the
+// other: same members, same order, whether a layer sets only plain members
+// or also objects and lists of instances.
+TEST_F(ReadRowsTest, RowLayersMergeAsTheirObjectsWould) {
+  using CorvConfigStore::Layer;
+  using Layers = std::array<const char*, 4>;  // vital, cached, auto, user
+  const Layers rows[] = {
+      {R"({"domain":"v","uptime":1})", R"({"domain":"c","lastSync":"x"})", R"({"domain":"a"})",
+       R"({"domain":"u","servers":["u"]})"},
+      // An equal value keeps its place; a changed one moves to the end.
+      {R"({"a":1,"b":2,"c":3})", R"({"a":1,"b":5})", nullptr, R"({"c":3,"a":[1]})"},
+      // Repeated names, and a name with a NUL byte.
+      {R"({"x":1,"x":2})", nullptr, R"({"x":3,"y":1,"y":2})", R"({"n\u0000m":1,"y":0})"},
+      // Nested objects and lists of instances, among plain members.
+      {R"({"uptime":1,"hosts":[{"name":"h1","seen":3}]})", R"({"options":{"ndots":1}})",
+       R"({"options":{"rotate":true},"domain":"a"})",
+       R"({"hosts":[{"name":"h1","ip":"1.1.1.1"},{"name":"h2"}],"domain":"u"})"},
+      {nullptr, nullptr, nullptr, R"({"domain":"only"})"},
+      {nullptr, R"({"servers":["c"]})", nullptr, R"({"servers":[]})"},
+  };
+  const ConfigStoreObjectId id = Id("dns", "net");
+  for (const Layers& layers : rows) {
+    CorvConfigStore::ConfigRow row;
+    const Layer order[] = {Layer::kVital, Layer::kCached, Layer::kAutoConf, Layer::kUser};
+    for (size_t i = 0; i < layers.size(); ++i)
+      if (layers[i] != nullptr) row.layers[static_cast<size_t>(order[i])] = layers[i];
+    ObjectPtr merged = MergeRowLayers(id, Schema(id), row, Layer::kAutoConf, Layer::kUser);
+    ObjectPtr expected = MergeConfig(MakeLayerObject(id, Schema(id), row, Layer::kVital),
+                                     MakeLayerObject(id, Schema(id), row, Layer::kCached),
+                                     MakeLayerObject(id, Schema(id), row, Layer::kAutoConf),
+                                     MakeLayerObject(id, Schema(id), row, Layer::kUser));
+    ASSERT_TRUE(merged && expected);
+    EXPECT_EQ(expected->GetData(), merged->GetData()) << layers[3];
+  }
+  EXPECT_EQ(MergeRowLayers(id, Schema(id), CorvConfigStore::ConfigRow(), Layer::kAutoConf,
+                           Layer::kUser),
+            nullptr);
 }
 
 TEST_F(ReadRowsTest, UnconfirmedRowHasNoUserValueOutsideAnUpgrade) {
