@@ -3,6 +3,7 @@
 #include <corvconfigstore/Exceptions.h>
 #include <gtest/gtest.h>
 
+#include "core/Json.h"
 #include "object/JsonDoc.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
@@ -70,6 +71,37 @@ TEST(CreateDocumentFromStringTest, NestingLimit) {
   std::string mixed;
   for (int i = 0; i < 100000; ++i) mixed += "{\"a\":[";
   EXPECT_EQ(CodeOf([&] { CreateDocumentFromString(mixed); }), 1080);
+}
+
+// Text is checked eight bytes at a time up to its first byte that is not
+// ASCII: a bad byte is found at every position, after an escape too, and
+// named with its offset.
+TEST(CreateDocumentFromStringTest, BadBytesAreFoundWhereverTheyStand) {
+  for (size_t position = 0; position < 20; ++position) {
+    for (const char* bad : {"\xff", "\xc3", "\xed\xa0\x80", "\x80"}) {
+      std::string value = std::string(position, 'a') + bad + "bcdefghij";
+      EXPECT_FALSE(IsUtf8(value.data(), value.size())) << position;
+      std::string text = "{\"k\":\"" + value + "\"}";
+      try {
+        CreateDocumentFromString(text);
+        ADD_FAILURE() << position;
+      } catch (const ConfigStoreException& e) {
+        EXPECT_EQ(e.GetErrorCode(), 1080);
+        EXPECT_EQ(std::string(e.what()),
+                  "Invalid JSON text: Invalid encoding in string. at offset " +
+                      std::to_string(6 + position));
+      }
+      std::string key = "{\"" + value + "\":1}";
+      EXPECT_EQ(CodeOf([&] { CreateDocumentFromString(key); }), 1080);
+    }
+    std::string good = std::string(position, 'a') + "caf\xc3\xa9\xf0\x9f\x98\x80";
+    EXPECT_TRUE(IsUtf8(good.data(), good.size()));
+    EXPECT_EQ(Text(*CreateDocumentFromString("[\"" + good + "\"]")->GetJsonValuePtr()),
+              "[\"" + good + "\"]");
+    EXPECT_EQ(CodeOf([&] { CreateDocumentFromString("[\"" + std::string(position, 'a') +
+                                                    "\\u00e9\xff\"]"); }),
+              1080);
+  }
 }
 
 TEST(CreateDocumentFromStringTest, ArbitraryBytesYieldDocumentOrError) {
