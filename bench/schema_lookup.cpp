@@ -38,8 +38,7 @@ const std::string& SchemaStore() {
     std::atexit(RemoveDirectory);
     std::string database = Directory + "/schema-store.db";
     setenv("CORV_SCHEMASTORE_DB", database.c_str(), 1);
-    std::string source = __FILE__;
-    source = source.substr(0, source.rfind('/')) + "/../examples/schemas/host-schemas.json";
+    std::string source = std::string(CORV_SOURCE_DIR) + "/examples/schemas/host-schemas.json";
     CorvConfigStore::LoadSchemaFile(source);
     return database;
   }();
