@@ -157,6 +157,7 @@ TEST_F(HostileInputTest, MalformedAndTruncatedJson) {
       // the largest double, and the text written from it was cut short.
       {R"({"ttl":184467440737095516e300})", BadJson("Number too big to be stored in double.")},
       {R"({"ttl":-99999999999999999999e300})", BadJson("Number too big to be stored in double.")},
+      {R"({"ttl":2e308})", BadJson("Number too big to be stored in double.")},
       {R"({"domain":"\x"})", BadJson("Invalid escape character in string.")},
       {R"({"domain":"\u12G4"})", BadJson("Incorrect hex digit after \\u escape in string.")},
       {R"({"domain":"\ud800"})", BadJson("The surrogate pair in string is invalid.")},
