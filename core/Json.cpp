@@ -106,14 +106,6 @@ class PooledDocument : private PoolOwner, public JsonDocument {
   static constexpr size_t kParseStackBytes = 1024;
 };
 
-}  // namespace
-
-std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
-  return std::make_shared<PooledDocument>(bytes);
-}
-
-namespace {
-
 // Reads text into document with the reader's flags, and says why it is
 // refused when it is.
 template <unsigned kFlags>
@@ -157,6 +149,10 @@ bool Read(const char* text, size_t length, JsonDocument& document, std::string* 
 }
 
 }  // namespace
+
+std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
+  return std::make_shared<PooledDocument>(bytes);
+}
 
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
   // The fast reader: recursive, and leaving the check of the text's bytes to

@@ -11,9 +11,6 @@
 
 namespace CorvConfigStore {
 
-// A member holding null is not found by GetValuePtr, so a second member of
-// the same name is appended behind it and reads keep meeting the null one;
-// callers that want to replace a null member remove it first.
 namespace {
 
 // Text that is not UTF-8 would make the object's JSON text invalid, so it
@@ -36,6 +33,9 @@ void RequireFinite(double value) {
 
 }  // namespace
 
+// A member holding null is not found by GetValuePtr, so a second member of
+// the same name is appended behind it and reads keep meeting the null one;
+// callers that want to replace a null member remove it first.
 template <typename Assign>
 void StoreObjectImpl::WriteValue(const char* key, Assign assign) {
   JsonValue* existing = GetValuePtr(key);
