@@ -14,7 +14,7 @@
 #include "db/ReadRows.h"
 #include "document/ImportExportInternal.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "object/ObjectAccess.h"
 #include "schema/SchemaStore.h"
 #include "store/GetDBStore.h"

@@ -9,7 +9,7 @@
 
 #include "core/Checks.h"
 #include "db/ReadRows.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "object/ObjectAccess.h"
 #include "schema/SchemaStore.h"
 #include "store/GetDBStore.h"

@@ -12,7 +12,7 @@
 #include "db/WriteRows.h"
 #include "document/ImportExportInternal.h"
 #include "object/InstanceIdFromValue.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "schema/SchemaStore.h"
 #include "sqlite/Transaction.h"
 #include "store/GetDBStore.h"

@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "core/Throw.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 
 namespace CorvConfigStore {
 

@@ -13,7 +13,7 @@
 #include "core/Checks.h"
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "schema/SchemaNodes.h"
 #include "schema/SchemaStore.h"
 #include "object/ObjectAccess.h"

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "core/Json.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "object/StoreObjectImpl.h"
 
 namespace CorvSchemaStore {

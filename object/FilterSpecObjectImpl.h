@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "object/StoreObjectImpl.h"
 
 namespace CorvConfigStore {

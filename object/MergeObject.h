@@ -6,7 +6,7 @@
 
 #include <memory>
 
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 
 namespace CorvConfigStore {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 
 namespace CorvSchemaStore {
 class SchemaObject;
@@ -14,15 +14,15 @@ class SchemaObject;
 namespace CorvConfigStore {
 
 // The schema's instance-id map, shared with the schema (to be read, never
-// changed); null when the
-// map has no members, and null after logging "Schema object not found for
-// key: <key>" at priority 0 when there is no schema.
+// changed); null when the map has no members, and null after logging
+// "Schema object not found for key: <key>" at priority 0 when there is no
+// schema.
 std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
     const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, const std::string& key);
 
 // The schema's default values, shared with the schema (to be read, never
-// changed); null when there are none, and null after logging "Schema object is null." at priority 0
-// when there is no schema.
+// changed); null when there are none, and null after logging "Schema object
+// is null." at priority 0 when there is no schema.
 std::shared_ptr<JsonDoc> GetDefaultsFromSchema(
     const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema);
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/Json.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 
 namespace CorvConfigStore {
 

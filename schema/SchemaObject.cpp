@@ -93,6 +93,14 @@ JsonValue CollectDefaults(const JsonValue& node, JsonAllocator& allocator) {
   return defaults;
 }
 
+// A handle on document for the objects of the key, null for anything but an
+// object with members.
+std::shared_ptr<CorvConfigStore::JsonDoc> ShareIfNotEmpty(
+    const std::shared_ptr<CorvConfigStore::JsonDocument>& document) {
+  if (!document->IsObject() || document->ObjectEmpty()) return nullptr;
+  return std::make_shared<CorvConfigStore::JsonDoc>(document);
+}
+
 std::string StringMember(const JsonValue& node, const char* name, const std::string& fallback) {
   auto member = node.FindMember(name);
   if (member == node.MemberEnd() || !member->value.IsString()) return fallback;
@@ -122,17 +130,21 @@ SchemaObject::SchemaObject(const std::string& component, const std::string& grou
   NormaliseKeySchema(document_, document_.GetAllocator());
 
   hasInstances_ = IsArrayOfObjects(document_);
-  idMap_.SetObject();
+  idMap_ = CorvConfigStore::NewJsonDocument();
+  CorvConfigStore::JsonAllocator& idAllocator = idMap_->GetAllocator();
+  idMap_->SetObject();
   if (hasInstances_) {
     instanceIdProperty_ = FindInstanceIdProperty(document_["items"]);
-    idMap_.AddMember(JsonValue(key.c_str(), idMap_.GetAllocator()),
-                     JsonValue(instanceIdProperty_.c_str(), idMap_.GetAllocator()),
-                     idMap_.GetAllocator());
+    idMap_->AddMember(JsonValue(key.c_str(), idAllocator),
+                      JsonValue(instanceIdProperty_.c_str(), idAllocator), idAllocator);
   }
-  CollectInstanceIdMap(document_, idMap_, idMap_.GetAllocator());
+  CollectInstanceIdMap(document_, *idMap_, idAllocator);
+  sharedIdMap_ = ShareIfNotEmpty(idMap_);
 
-  JsonValue defaults = CollectDefaults(GetValueSchema(), defaults_.GetAllocator());
-  static_cast<JsonValue&>(defaults_).Swap(defaults);
+  defaults_ = CorvConfigStore::NewJsonDocument();
+  JsonValue defaults = CollectDefaults(GetValueSchema(), defaults_->GetAllocator());
+  static_cast<JsonValue&>(*defaults_).Swap(defaults);
+  sharedDefaults_ = ShareIfNotEmpty(defaults_);
 
   auto systemInstances = document_.FindMember("systemInstances");
   if (systemInstances != document_.MemberEnd() && systemInstances->value.IsArray())

@@ -10,6 +10,7 @@
 
 #include "core/GeneratedId.h"
 #include "core/Json.h"
+#include "core/JsonDoc.h"
 
 namespace JsonValidator {
 class CompiledSchema;
@@ -68,11 +69,20 @@ class SchemaObject {
   // Member name -> instance-id property, for the key itself (when it has
   // instances) and every array-of-objects property at any depth; the first
   // definition of a name wins. An object, possibly without members.
-  const CorvConfigStore::JsonDocument& GetInstanceIdMap() const { return idMap_; }
+  const CorvConfigStore::JsonDocument& GetInstanceIdMap() const { return *idMap_; }
   // Defaults of the key: each property's "default", nested objects for
   // object properties, the items' defaults under an array-of-objects
   // property's name. An object, possibly without members.
-  const CorvConfigStore::JsonDocument& GetDefaults() const { return defaults_; }
+  const CorvConfigStore::JsonDocument& GetDefaults() const { return *defaults_; }
+  // The same two documents as handles that every object of the key shares
+  // (to be read, never changed); null when the document has no members,
+  // which would answer no question. Made once here, not once per object.
+  const std::shared_ptr<CorvConfigStore::JsonDoc>& SharedInstanceIdMap() const {
+    return sharedIdMap_;
+  }
+  const std::shared_ptr<CorvConfigStore::JsonDoc>& SharedDefaults() const {
+    return sharedDefaults_;
+  }
   // 1 vital, 3 cached, 4 internal, 5 system instances, 0 otherwise.
   int GetKind() const { return kind_; }
   // Instance ids the host owns (kind 5).
@@ -96,8 +106,10 @@ class SchemaObject {
  private:
   std::string component_, group_, key_;
   CorvConfigStore::JsonDocument document_;
-  CorvConfigStore::JsonDocument idMap_;
-  CorvConfigStore::JsonDocument defaults_;
+  std::shared_ptr<CorvConfigStore::JsonDocument> idMap_;
+  std::shared_ptr<CorvConfigStore::JsonDocument> defaults_;
+  std::shared_ptr<CorvConfigStore::JsonDoc> sharedIdMap_;
+  std::shared_ptr<CorvConfigStore::JsonDoc> sharedDefaults_;
   bool hasInstances_ = false;
   std::string instanceIdProperty_;
   int kind_ = kKindUser;

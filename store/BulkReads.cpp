@@ -9,7 +9,7 @@
 #include "core/Json.h"
 #include "core/Throw.h"
 #include "db/BulkReads.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "schema/SchemaStore.h"
 #include "store/GetDBStore.h"
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <optional>
 
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 
 namespace CorvSchemaStore {
 class SchemaObject;

@@ -19,7 +19,7 @@
 #include "core/Json.h"
 #include "db/ConfigRow.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "sqlite/DBStore.h"
 #include "schema/SchemaStore.h"
 #include "support/LogCapture.h"

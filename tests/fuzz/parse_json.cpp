@@ -12,7 +12,7 @@
 
 #include "core/Json.h"
 #include "fuzz/FuzzSupport.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 
 using namespace CorvConfigStore;
 

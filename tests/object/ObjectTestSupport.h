@@ -12,7 +12,7 @@
 #include <string>
 
 #include "object/ConfigStoreObjectImpl.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "object/StoreObjectImpl.h"
 #include "schema/SchemaStore.h"
 

@@ -65,6 +65,9 @@ TEST(SchemaObjectTest, SingletonAnswers) {
   EXPECT_EQ(schema->GetInstanceIdProperty(), "");
   EXPECT_EQ(JsonToString(schema->GetInstanceIdMap()), "{}");
   EXPECT_EQ(JsonToString(schema->GetDefaults()), "{}");
+  // Documents without members are not shared: they answer no question.
+  EXPECT_EQ(schema->SharedInstanceIdMap(), nullptr);
+  EXPECT_EQ(schema->SharedDefaults(), nullptr);
   EXPECT_EQ(schema->GetKind(), 0);
   EXPECT_TRUE(schema->GetSystemInstances().empty());
   EXPECT_FALSE(schema->IsRebootRequired());
@@ -84,6 +87,12 @@ TEST(SchemaObjectTest, KeyWithInstancesAndNestedLists) {
             R"({"nics":"name","addresses":"ip","routes":"cs_generated_id"})");
   EXPECT_EQ(&schema->GetValueSchema(), &schema->GetSchemaDocument()["items"]);
   EXPECT_EQ(JsonToString(schema->GetDefaults()), R"({"mtu":1500,"addresses":{"prefix":24}})");
+  // The shared handles stand for the same documents, made once.
+  ASSERT_NE(schema->SharedInstanceIdMap(), nullptr);
+  ASSERT_NE(schema->SharedDefaults(), nullptr);
+  EXPECT_EQ(schema->SharedInstanceIdMap()->GetJsonValuePtr(), &schema->GetInstanceIdMap());
+  EXPECT_EQ(schema->SharedDefaults()->GetJsonValuePtr(), &schema->GetDefaults());
+  EXPECT_EQ(schema->SharedDefaults(), schema->SharedDefaults());
 }
 
 TEST(SchemaObjectTest, GeneratedIdDeclaredOnItemsWithoutInstanceId) {

@@ -14,7 +14,7 @@
 
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "schema/SchemaStore.h"
 #include "support/LogCapture.h"
 #include "support/StoreEnvironment.h"

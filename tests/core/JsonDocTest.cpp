@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "core/Json.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 
@@ -102,6 +102,36 @@ TEST(CreateDocumentFromStringTest, BadBytesAreFoundWhereverTheyStand) {
                                                     "\\u00e9\xff\"]"); }),
               1080);
   }
+}
+
+// Text is read in place from a scratch copy that the next parse on the
+// thread overwrites: every string and name is the document's own, escapes
+// decoded, and a text longer than the shared copy reads whole.
+TEST(CreateDocumentFromStringTest, StringsAreTheDocumentsOwn) {
+  auto first = CreateDocumentFromString(
+      R"({"na\"me":"line\nbreak \u00e9 \ud83d\ude00 nul\u0000end","short":"abc"})");
+  auto second = CreateDocumentFromString(
+      R"({"xxxxxxxxxxxxxxxxxxxxxxxx":"yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy"})");
+  const JsonValue& value = (*first->GetJsonValuePtr())["na\"me"];
+  EXPECT_EQ(std::string(value.GetString(), value.GetStringLength()),
+            std::string("line\nbreak \xc3\xa9 \xf0\x9f\x98\x80 nul\0end", 26));
+  EXPECT_EQ(Text(*first->GetJsonValuePtr()),
+            "{\"na\\\"me\":\"line\\nbreak \xc3\xa9 \xf0\x9f\x98\x80 nul\\u0000end\",\"short\":\"abc\"}");
+  EXPECT_EQ(Text(*second->GetJsonValuePtr()),
+            R"({"xxxxxxxxxxxxxxxxxxxxxxxx":"yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy"})");
+
+  const std::string big(200000, 'x');
+  auto large = CreateDocumentFromString("[\"" + big + "\", \"tail\"]");
+  const JsonValue& list = *large->GetJsonValuePtr();
+  ASSERT_EQ(list.Size(), 2u);
+  EXPECT_EQ(std::string(list[0].GetString(), list[0].GetStringLength()), big);
+  EXPECT_STREQ(list[1].GetString(), "tail");
+  EXPECT_EQ(Text(*CreateDocumentFromString(R"({"after":"big"})")->GetJsonValuePtr()),
+            R"({"after":"big"})");
+
+  // A NUL byte ends the reader's text: what follows it is refused.
+  EXPECT_EQ(CodeOf([] { CreateDocumentFromString(std::string("{}\0{}", 5)); }), 1080);
+  EXPECT_EQ(CodeOf([] { CreateDocumentFromString(std::string("[\"a\0b\"]", 7)); }), 1080);
 }
 
 TEST(CreateDocumentFromStringTest, ArbitraryBytesYieldDocumentOrError) {

@@ -1,5 +1,5 @@
 // Path resolution, document factories and generated-id removal.
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 
 #include <corvconfigstore/Logger.h>
 
