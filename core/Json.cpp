@@ -42,11 +42,13 @@ class DepthLimitedHandler {
   bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) {
     return document_.RawNumber(s, n, copy);
   }
-  bool String(const char* s, rapidjson::SizeType n, bool copy) {
-    return Utf8(s, n) && document_.String(s, n, copy);
+  // Strings are copied into the document whatever the reader says: one read
+  // in place hands over strings that live in a scratch copy of the text.
+  bool String(const char* s, rapidjson::SizeType n, bool) {
+    return Utf8(s, n) && document_.String(s, n, true);
   }
-  bool Key(const char* s, rapidjson::SizeType n, bool copy) {
-    return Utf8(s, n) && document_.Key(s, n, copy);
+  bool Key(const char* s, rapidjson::SizeType n, bool) {
+    return Utf8(s, n) && document_.Key(s, n, true);
   }
   bool StartObject() { return Enter() && document_.StartObject(); }
   bool EndObject(rapidjson::SizeType n) {
@@ -106,21 +108,48 @@ class PooledDocument : private PoolOwner, public JsonDocument {
   static constexpr size_t kParseStackBytes = 1024;
 };
 
+// The longest text whose scratch copy is the thread's shared one.
+constexpr size_t kSharedScratchText = 64 * 1024;
+
+// Runs reader over the length bytes of text, and sets *end to the offset
+// where it stopped; false when the reader refuses the text.
+template <unsigned kFlags, typename Handler>
+bool Run(rapidjson::Reader& reader, const char* text, size_t length, Handler& handler,
+         size_t* end) {
+  if constexpr ((kFlags & rapidjson::kParseInsituFlag) != 0) {
+    // Read in place, from a copy of the text: the reader then moves each
+    // string's bytes within the copy instead of pushing them one by one
+    // onto its stack. Short texts share one copy per thread, which keeps its
+    // block from one text to the next (a parse never starts another on the
+    // same thread); a long text gets a copy of its own, so that no thread
+    // keeps a block the size of its longest text.
+    thread_local std::string shared;
+    std::string own;
+    std::string& copy = length > kSharedScratchText ? own : shared;
+    copy.assign(text, length);
+    rapidjson::InsituStringStream stream(&copy[0]);
+    if (reader.Parse<kFlags>(stream, handler).IsError()) return false;
+    *end = stream.Tell();
+  } else {
+    rapidjson::MemoryStream stream(text, length);
+    if (reader.Parse<kFlags>(stream, handler).IsError()) return false;
+    *end = stream.Tell();
+  }
+  return true;
+}
+
 // Reads text into document with the reader's flags, and says why it is
 // refused when it is.
 template <unsigned kFlags>
 bool Read(const char* text, size_t length, JsonDocument& document, std::string* error) {
-  rapidjson::Reader reader;
+  rapidjson::Reader reader(&gBlocks);
   DepthLimitedHandler handler(document);
   // The reader takes a NUL byte for the end of the text, so whatever
   // follows a NUL after the value would pass unseen: it is refused here,
   // as any other text after the value.
   size_t end = length;
   auto generate = [&](JsonDocument&) {
-    rapidjson::MemoryStream stream(text, length);
-    if (reader.Parse<kFlags>(stream, handler).IsError()) return false;
-    end = stream.Tell();
-    return end == length;
+    return Run<kFlags>(reader, text, length, handler, &end) && end == length;
   };
   document.SetNull();
   document.Populate(generate);
@@ -155,13 +184,14 @@ std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
 }
 
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
-  // The fast reader: recursive, and leaving the check of the text's bytes to
-  // the handler, which checks each string whole (most are ASCII, which it
-  // checks eight bytes at a time). It recurses once per level of nesting,
+  // The fast reader: recursive, reading a copy of the text in place (see
+  // Run), and leaving the check of the text's bytes to the handler, which
+  // checks each string whole (most are ASCII, which it checks eight bytes
+  // at a time). It recurses once per level of nesting,
   // which the handler stops at kMaxJsonDepth, so the stack it takes is
   // bounded. Text that is not UTF-8 is refused, so no document holds bytes
   // that would make the text written from it invalid JSON.
-  if (Read<rapidjson::kParseNoFlags>(text, length, document, nullptr)) return true;
+  if (Read<rapidjson::kParseInsituFlag>(text, length, document, nullptr)) return true;
   // The iterative reader that checks the bytes names the faults as the
   // library always has (a lone "}" is "The document is empty.", where the
   // recursive one says "Invalid value."; a bad byte is "Invalid encoding in
