@@ -11,7 +11,7 @@
 #include "core/Json.h"
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "object/JsonDoc.h"
+#include "core/JsonDoc.h"
 #include "sqlite/DBError.h"
 
 namespace CorvConfigStore {
@@ -185,9 +185,8 @@ DBStore::SqlParams KeyParams(const ConfigStoreObjectId& id) {
 }
 
 DBStore::SqlParams InstanceParams(const ConfigStoreObjectId& id) {
-  DBStore::SqlParams params = KeyParams(id);
-  params.push_back(DBStore::SqlParam::Text(id.instanceId));
-  return params;
+  return {DBStore::SqlParam::Text(id.key), DBStore::SqlParam::Text(id.group),
+          DBStore::SqlParam::Text(id.component), DBStore::SqlParam::Text(id.instanceId)};
 }
 
 DBStore::SqlParams NumberedParams(const ConfigStoreObjectId& id, const std::string& version) {

@@ -4,6 +4,8 @@
 
 #include <corvconfigstore/Exceptions.h>
 
+#include <cstring>
+
 #include "core/Throw.h"
 #include "object/SchemaDerived.h"
 #include "core/ConfigStoreDocument.h"
@@ -85,7 +87,16 @@ bool ConfigStoreObjectImpl::FindIdProperty(const std::string& key, std::string* 
 
 void ConfigStoreObjectImpl::SetInstanceIdFromCsoId() {
   std::string idProp;
-  if (FindIdProperty(id_.key, &idProp)) SetValue(idProp.c_str(), id_.instanceId);
+  if (!FindIdProperty(id_.key, &idProp)) return;
+  // An object read from the store holds its id already: writing the same
+  // text again would only take more of the document's pool.
+  const JsonValue* held = GetValuePtr(idProp.c_str());
+  const char* instanceId = id_.instanceId.c_str();
+  const size_t length = std::strlen(instanceId);
+  if (held != nullptr && held->IsString() && held->GetStringLength() == length &&
+      std::memcmp(held->GetString(), instanceId, length) == 0)
+    return;
+  SetValue(idProp.c_str(), instanceId);
 }
 
 std::string ConfigStoreObjectImpl::GetData() const {
@@ -107,11 +118,18 @@ void ConfigStoreObjectImpl::SetValueEx(const char* key, const void* value) {
   RequireValue(value);
   const JsonValue& given = *static_cast<const JsonValue*>(value);
   JsonValue* object = GetJsonValuePtr();
-  if (ConfigStoreDocument::ValueExists(*object, key) && (*object)[key] == given) return;
+  // One look-up of the name serves the comparison and the first removal.
+  const JsonValue name(rapidjson::StringRef(key));
+  const bool isObject = object->IsObject();
+  auto found = isObject ? object->FindMember(name) : JsonValue::MemberIterator();
+  if (isObject && found != object->MemberEnd() && found->value == given) return;
   // Copied before any removal: the given value may live in this document.
   JsonAllocator& allocator = doc_->GetAllocator();
   JsonValue copy(given, allocator);
-  while (ConfigStoreDocument::ValueExists(*object, key)) object->RemoveMember(key);
+  while (isObject && found != object->MemberEnd()) {
+    object->RemoveMember(found);
+    found = object->FindMember(name);
+  }
   object->AddMember(JsonValue(key, allocator), copy, allocator);
 }
 

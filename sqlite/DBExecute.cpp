@@ -126,10 +126,19 @@ int Bind(Impl& impl, sqlite3_stmt* stmt, const SqlParams& params, const std::str
   return kSuccess;
 }
 
+// Rows of up to this many columns hand their column pointers over in arrays
+// on the stack; wider rows take vectors.
+constexpr int kInlineColumns = 32;
+
 int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std::string& text) {
   static char empty[] = "";
-  std::vector<char*> values;
-  std::vector<char*> names;
+  char* inlineValues[kInlineColumns];
+  char* inlineNames[kInlineColumns];
+  std::vector<char*> wideValues;
+  std::vector<char*> wideNames;
+  char** values = nullptr;
+  char** names = nullptr;
+  int columns = -1;
   for (;;) {
     int rc = sqlite3_step(stmt);
     if (rc == SQLITE_DONE) return kSuccess;
@@ -143,10 +152,18 @@ int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std:
     if (!callback) continue;
     // The names are the same for every row of the execution.
     int count = sqlite3_column_count(stmt);
-    if (names.size() != static_cast<size_t>(count)) {
-      names.resize(static_cast<size_t>(count));
+    if (count != columns) {
+      columns = count;
+      if (count <= kInlineColumns) {
+        values = inlineValues;
+        names = inlineNames;
+      } else {
+        wideValues.resize(static_cast<size_t>(count));
+        wideNames.resize(static_cast<size_t>(count));
+        values = wideValues.data();
+        names = wideNames.data();
+      }
       for (int i = 0; i < count; ++i) names[i] = const_cast<char*>(sqlite3_column_name(stmt, i));
-      values.resize(static_cast<size_t>(count));
     }
     for (int i = 0; i < count; ++i) {
       // No text is SQL NULL, or a value SQLite could not convert (out of
@@ -157,7 +174,7 @@ int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std:
                                                                  : empty;
     }
     // Stopping early is the caller's choice, not a failure.
-    if (callback(count, values.data(), names.data()) != 0) return kSuccess;
+    if (callback(count, values, names) != 0) return kSuccess;
   }
 }
 

@@ -76,6 +76,26 @@ TEST(ConfigStoreObjectTest, DataIsSharedNotCopied) {
   EXPECT_EQ(JsonToString(*data->GetJsonValuePtr()), R"({"servers":["a"],"domain":"example.org"})");
 }
 
+// An object whose value holds its instance id already (every object read
+// from the store) leaves it as it is: its document's pool does not grow.
+// Another id is written over it.
+TEST(ConfigStoreObjectTest, InstanceIdAlreadyHeldIsNotWrittenAgain) {
+  auto schema = Nics();
+  ConfigStoreObjectId id("nics", "g", "c", "eth0-with-a-long-name");
+  auto data = CreateDocumentFromString(R"({"name":"eth0-with-a-long-name","mtu":9000})");
+  const size_t parsed = data->GetAllocator().Size();
+  ConfigStoreObjectImpl same(id, id, std::nullopt, data, schema, "", "", "", -1, true, nullptr,
+                             nullptr);
+  EXPECT_EQ(data->GetAllocator().Size(), parsed);
+  EXPECT_EQ(same.GetData(), R"({"name":"eth0-with-a-long-name","mtu":9000})");
+
+  ConfigStoreObjectId other("nics", "g", "c", "eth1-with-a-long-name");
+  ConfigStoreObjectImpl renamed(other, other, std::nullopt, data, schema, "", "", "", -1, true,
+                                nullptr, nullptr);
+  EXPECT_GT(data->GetAllocator().Size(), parsed);
+  EXPECT_EQ(renamed.GetData(), R"({"name":"eth1-with-a-long-name","mtu":9000})");
+}
+
 TEST(ConfigStoreObjectTest, SingletonHasNoInstanceIdMap) {
   auto object = ObjectFrom(Dns(), R"({"servers":[]})", "ignored");
   EXPECT_EQ(ImplOf(object).GetIdMapStr(), "{}");
@@ -247,6 +267,20 @@ TEST(ConfigStoreObjectTest, SchemaDerivedPiecesLogWithoutASchema) {
   EXPECT_EQ(GetDefaultsFromSchema(nullptr), nullptr);
   EXPECT_TRUE(log.Has(0, "Schema object is null."));
   EXPECT_EQ(GetDefaultsFromSchema(Dns())->GetJsonValuePtr()->MemberCount(), 1u);
+}
+
+// Every object of a key reads the key's map and defaults through the
+// schema's own handles, not through copies made per object.
+TEST(ConfigStoreObjectTest, ObjectsOfAKeyShareTheSchemasHandles) {
+  auto schema = Nics();
+  auto first = ObjectFrom(schema, "{}", "eth0");
+  auto second = ObjectFrom(schema, "{}", "eth1");
+  ASSERT_NE(schema->SharedDefaults(), nullptr);
+  ASSERT_NE(schema->SharedInstanceIdMap(), nullptr);
+  EXPECT_EQ(ImplOf(first).GetDefaults(), schema->SharedDefaults());
+  EXPECT_EQ(ImplOf(second).GetDefaults(), schema->SharedDefaults());
+  EXPECT_EQ(ImplOf(first).GetIdMap(), schema->SharedInstanceIdMap());
+  EXPECT_EQ(ImplOf(second).GetIdMap(), schema->SharedInstanceIdMap());
 }
 
 class ConfigStoreObjectStoreTest : public ::testing::Test {
