@@ -263,6 +263,7 @@ void Validate(const CompiledSchema& schema, const JsonValue& value, ErrorList& e
   Walker(decoded, errors).Walk(schema.InstanceNode(value), value, path, true);
   if (decoded.userOnly || decoded.noReadOnly || decoded.vitalOnly || decoded.cachedOnly)
     CheckLayers(schema, value, path, decoded, errors);
+  CheckRepeatedNames(value, path, errors);
 }
 
 void Validate(const JsonValue& schema, const JsonValue& value,

@@ -77,6 +77,10 @@ void FindMemberSchemas(const SchemaNode& schema, const JsonValue& name,
 void CheckValueConstraints(const SchemaNode& schema, const JsonValue& value, PointerPath& path,
                            ErrorList& errors);
 
+// Adds a record, at the second member of the name, for every object
+// within value (value included) that holds two members of one name.
+void CheckRepeatedNames(const JsonValue& value, PointerPath& path, ErrorList& errors);
+
 // Options 3, 4, 5 and 9: the annotations of the members value holds,
 // walked from the key schema.
 void CheckLayers(const CompiledSchema& schema, const JsonValue& value, PointerPath& path,

@@ -722,3 +722,39 @@ TEST(JsonValidatorRobustnessTest, DeepValuesAreWalked) {
   EXPECT_EQ(records, (Records{{"/a", "unknown member \"a\""},
                               {field, "member \"a\" is not vital configuration"}}));
 }
+
+// ---- Repeated member names: reported whatever the schema and options ----
+
+TEST(JsonValidatorRepeatedNamesTest, ReportsEachRepeatedNameOnceWhereItRepeats) {
+  const std::string text = R"({"a": 1, "b": {"x": 1, "y": 2, "x": 3, "x": 4},
+      "list": [{"id": "p", "id": "q"}, {"id": "r"}], "a": 2, "c~/": 0, "c~/": 1})";
+  const Records expected = {{"/b/x", "the object holds more than one member of this name"},
+                            {"/list/0/id", "the object holds more than one member of this name"},
+                            {"/a", "the object holds more than one member of this name"},
+                            {"/c~0~1", "the object holds more than one member of this name"}};
+  // The record at the object's own repetition comes first, then those
+  // within its members, in their order.
+  const Records ordered = {expected[2], expected[3], expected[0], expected[1]};
+  EXPECT_EQ(Check("{}", text, {}), ordered);
+  EXPECT_EQ(Check("true", text, kAll, "/corv/net"),
+            (Records{{"/corv/net/a", ordered[0].second},
+                     {"/corv/net/c~0~1", ordered[1].second},
+                     {"/corv/net/b/x", ordered[2].second},
+                     {"/corv/net/list/0/id", ordered[3].second}}));
+  EXPECT_EQ(Check("{}", R"({"a": 1, "b": [{"a": 1}, {"b": 2}], "A": 3})", {}), Records{});
+}
+
+// Objects of more than sixteen members are checked by sorting their names:
+// the same records, in the order of the repetitions, whatever the size.
+TEST(JsonValidatorRepeatedNamesTest, LargeObjectsGiveTheSameRecords) {
+  for (int members : {3, 16, 17, 40, 5000}) {
+    std::string text = "{";
+    for (int i = 0; i < members; ++i)
+      text += "\"m" + std::to_string(i) + "\":" + std::to_string(i) + ",";
+    text += R"("m2":0,"m1":0,"m2":0,"last":0})";
+    EXPECT_EQ(Check("{}", text, {}),
+              (Records{{"/m2", "the object holds more than one member of this name"},
+                       {"/m1", "the object holds more than one member of this name"}}))
+        << members;
+  }
+}
