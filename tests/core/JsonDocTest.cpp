@@ -116,7 +116,8 @@ TEST(CreateDocumentFromStringTest, StringsAreTheDocumentsOwn) {
   EXPECT_EQ(std::string(value.GetString(), value.GetStringLength()),
             std::string("line\nbreak \xc3\xa9 \xf0\x9f\x98\x80 nul\0end", 26));
   EXPECT_EQ(Text(*first->GetJsonValuePtr()),
-            "{\"na\\\"me\":\"line\\nbreak \xc3\xa9 \xf0\x9f\x98\x80 nul\\u0000end\",\"short\":\"abc\"}");
+            "{\"na\\\"me\":\"line\\nbreak \xc3\xa9 \xf0\x9f\x98\x80 nul\\u0000end\","
+            "\"short\":\"abc\"}");
   EXPECT_EQ(Text(*second->GetJsonValuePtr()),
             R"({"xxxxxxxxxxxxxxxxxxxxxxxx":"yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy"})");
 
