@@ -20,7 +20,12 @@ bool OperationContext::Boot() const {
 }
 
 OperationContext::SchemaPtr OperationContext::Schema(const ConfigStoreObjectId& id) const {
-  return schemas_->GetSchema(id.component, id.group, id.key);
+  if (lastSchema_ && lastSchema_->GetKey() == id.key && lastSchema_->GetGroup() == id.group &&
+      lastSchema_->GetComponent() == id.component)
+    return lastSchema_;
+  SchemaPtr schema = schemas_->GetSchema(id.component, id.group, id.key);
+  if (schema) lastSchema_ = schema;
+  return schema;
 }
 
 }  // namespace CorvConfigStore

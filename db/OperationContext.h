@@ -40,7 +40,8 @@ class OperationContext {
   // The boot flag is not read while upgrading.
   bool DuringBoot() const { return !Upgrading() && Boot(); }
 
-  // The schema of id's key; null when the schema store has none.
+  // The schema of id's key; null when the schema store has none. The last
+  // schema found is kept: the rows of one call are mostly of one key.
   SchemaPtr Schema(const ConfigStoreObjectId& id) const;
   const CachePtr& Schemas() const { return schemas_; }
 
@@ -48,6 +49,7 @@ class OperationContext {
   int upgrade_;
   mutable std::optional<bool> boot_;
   CachePtr schemas_;
+  mutable SchemaPtr lastSchema_;
 };
 
 }  // namespace CorvConfigStore

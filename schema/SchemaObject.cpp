@@ -130,6 +130,7 @@ SchemaObject::SchemaObject(const std::string& component, const std::string& grou
   NormaliseKeySchema(document_, document_.GetAllocator());
 
   hasInstances_ = IsArrayOfObjects(document_);
+  usesGeneratedIds_ = CorvSchemaStore::UsesGeneratedIds(document_);
   idMap_ = CorvConfigStore::NewJsonDocument();
   CorvConfigStore::JsonAllocator& idAllocator = idMap_->GetAllocator();
   idMap_->SetObject();

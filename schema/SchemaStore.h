@@ -64,6 +64,9 @@ class SchemaObject {
   const JsonValidator::CompiledSchema& GetCompiledSchema() const;
   // The key root is an array schema: the key has instances.
   bool HasInstances() const { return hasInstances_; }
+  // Some list of the key has instances with generated ids (UsesGeneratedIds
+  // of the key schema, answered once).
+  bool UsesGeneratedIds() const { return usesGeneratedIds_; }
   // Instance-id property of the key's instances; empty for a singleton.
   const std::string& GetInstanceIdProperty() const { return instanceIdProperty_; }
   // Member name -> instance-id property, for the key itself (when it has
@@ -111,6 +114,7 @@ class SchemaObject {
   std::shared_ptr<CorvConfigStore::JsonDoc> sharedIdMap_;
   std::shared_ptr<CorvConfigStore::JsonDoc> sharedDefaults_;
   bool hasInstances_ = false;
+  bool usesGeneratedIds_ = false;
   std::string instanceIdProperty_;
   int kind_ = kKindUser;
   std::vector<std::string> systemInstances_;

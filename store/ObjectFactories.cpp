@@ -33,8 +33,9 @@ std::shared_ptr<ConfigStoreObject> CreateObject(
   if (!schema->HasInstances()) index.reset();
   JsonValue& value = *document->GetJsonValuePtr();
   RAPIDJSON_ASSERT(value.IsObject());
-  CorvSchemaStore::PopulateGeneratedInstanceId(schema->GetSchemaDocument(), value,
-                                               document->GetAllocator());
+  if (schema->UsesGeneratedIds())
+    CorvSchemaStore::PopulateGeneratedInstanceId(schema->GetSchemaDocument(), value,
+                                                 document->GetAllocator());
   // The object's own instance id is written into its value on construction,
   // so an identifier without one would blank the id the value holds: it
   // takes that id instead.

@@ -187,6 +187,10 @@ TEST_F(GenerateSchemaDocumentTest, OnlySchemasWithGeneratedIdsCanChangeAValue) {
   EXPECT_TRUE(CorvSchemaStore::UsesGeneratedIds(schemaOf("dns")->GetSchemaDocument()));
   // Named instance ids, plain values and lists of them.
   EXPECT_FALSE(CorvSchemaStore::UsesGeneratedIds(schemaOf("nics")->GetSchemaDocument()));
+  // A schema object answers the same, once for all its objects.
+  EXPECT_TRUE(schemaOf("staticRoutes")->UsesGeneratedIds());
+  EXPECT_TRUE(schemaOf("dns")->UsesGeneratedIds());
+  EXPECT_FALSE(schemaOf("nics")->UsesGeneratedIds());
   EXPECT_FALSE(CorvSchemaStore::UsesGeneratedIds(
       Parse(R"({"type": "object", "properties": {"a": {"type": "array", "items": {"type":
       "string"}}, "b": {"type": "object", "properties": {"c": {"type": "integer"}}}}})")));
