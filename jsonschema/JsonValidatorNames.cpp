@@ -4,6 +4,8 @@
 // meant: a read that merges layers keeps the last, a plain read meets the
 // first, and writing the merged value back moves members around.
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "jsonschema/JsonValidatorInternal.h"
@@ -19,6 +21,23 @@ std::string_view NameOf(const JsonValue& name) {
   return std::string_view(name.GetString(), name.GetStringLength());
 }
 
+// A name's length and first eight bytes: names that differ there (most
+// pairs) are told apart without comparing their texts.
+struct Signature {
+  uint64_t head = 0;
+  size_t length = 0;
+  bool operator==(const Signature& other) const {
+    return head == other.head && length == other.length;
+  }
+};
+
+Signature SignatureOf(const JsonValue& name) {
+  Signature signature;
+  signature.length = name.GetStringLength();
+  std::memcpy(&signature.head, name.GetString(), std::min<size_t>(signature.length, 8));
+  return signature;
+}
+
 // The members of object whose name an earlier member has, each name once.
 std::vector<const JsonValue*> RepeatedNames(const JsonValue& object) {
   std::vector<const JsonValue*> repeated;
@@ -26,14 +45,17 @@ std::vector<const JsonValue*> RepeatedNames(const JsonValue& object) {
   if (count < 2) return repeated;
   auto begin = object.MemberBegin();
   if (count <= kPairwiseMembers) {
-    for (rapidjson::SizeType i = 1; i < count; ++i) {
+    Signature signatures[kPairwiseMembers];
+    for (rapidjson::SizeType i = 0; i < count; ++i) {
+      signatures[i] = SignatureOf(begin[i].name);
       const std::string_view name = NameOf(begin[i].name);
       bool earlier = false;
       for (rapidjson::SizeType j = 0; j < i && !earlier; ++j)
-        earlier = NameOf(begin[j].name) == name;
+        earlier = signatures[j] == signatures[i] && NameOf(begin[j].name) == name;
+      if (!earlier) continue;
       bool reported = false;
       for (const JsonValue* seen : repeated) reported = reported || NameOf(*seen) == name;
-      if (earlier && !reported) repeated.push_back(&begin[i].name);
+      if (!reported) repeated.push_back(&begin[i].name);
     }
     return repeated;
   }
@@ -60,6 +82,7 @@ std::vector<const JsonValue*> RepeatedNames(const JsonValue& object) {
 void CheckRepeatedNames(const JsonValue& value, PointerPath& path, ErrorList& errors) {
   if (value.IsArray()) {
     for (rapidjson::SizeType i = 0; i < value.Size(); ++i) {
+      if (!value[i].IsObject() && !value[i].IsArray()) continue;
       path.PushIndex(i);
       CheckRepeatedNames(value[i], path, errors);
       path.Pop();
@@ -73,6 +96,7 @@ void CheckRepeatedNames(const JsonValue& value, PointerPath& path, ErrorList& er
     path.Pop();
   }
   for (const auto& member : value.GetObject()) {
+    if (!member.value.IsObject() && !member.value.IsArray()) continue;
     path.PushName(member.name);
     CheckRepeatedNames(member.value, path, errors);
     path.Pop();
