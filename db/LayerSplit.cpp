@@ -4,6 +4,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "core/Throw.h"
 #include "db/Statements.h"
@@ -20,12 +21,19 @@ enum class Prune { kKeep, kDrop };
 // The first block of the pool the layers are copied into.
 constexpr size_t kScratchBlockBytes = 4096;
 
-// The schema of member name under node's "properties".
-const JsonValue& MemberSchema(const JsonValue& node, const JsonValue& name) {
+// The "properties" object of a node, or null.
+const JsonValue* PropertiesOf(const JsonValue& node) {
   auto properties = node.FindMember("properties");
-  if (properties != node.MemberEnd() && properties->value.IsObject()) {
-    auto found = properties->value.FindMember(name);
-    if (found != properties->value.MemberEnd()) return found->value;
+  if (properties == node.MemberEnd() || !properties->value.IsObject()) return nullptr;
+  return &properties->value;
+}
+
+// The schema of member name in a node's "properties" (null when the node
+// has none).
+const JsonValue& MemberSchema(const JsonValue* properties, const JsonValue& name) {
+  if (properties != nullptr) {
+    auto found = properties->FindMember(name);
+    if (found != properties->MemberEnd()) return found->value;
   }
   ThrowGeneral("Invalid field in schema: " + std::string(name.GetString(), name.GetStringLength()));
 }
@@ -52,10 +60,33 @@ Prune ObjectOutcome(const JsonValue& kept, const JsonValue& node, Tag tag) {
   if (tag == kUser || kept.MemberCount() > 1) return Prune::kKeep;
   const auto& only = *kept.MemberBegin();
   if (only.value.IsObject() || only.value.IsArray()) return Prune::kKeep;
-  const JsonValue& onlySchema = MemberSchema(node, only.name);
+  const JsonValue& onlySchema = MemberSchema(PropertiesOf(node), only.name);
   if (FlagSet(onlySchema, kTagNames[tag])) return Prune::kKeep;
   if (FlagSet(onlySchema, "instanceId")) return Prune::kDrop;
   return Prune::kKeep;
+}
+
+// The first "instanceId", "vital" and "cached" members of a schema node,
+// each null when absent, found in one pass over its members.
+struct NodeTags {
+  const JsonValue* instanceId = nullptr;
+  const JsonValue* vital = nullptr;
+  const JsonValue* cached = nullptr;
+};
+
+NodeTags TagsOf(const JsonValue& node) {
+  NodeTags tags;
+  // What is not an object fails here as the look-up of a member fails.
+  if (!node.IsObject()) node.HasMember("instanceId");
+  for (const auto& member : node.GetObject()) {
+    const std::string_view name(member.name.GetString(), member.name.GetStringLength());
+    const JsonValue** slot = name == "instanceId" ? &tags.instanceId
+                             : name == "vital"    ? &tags.vital
+                             : name == "cached"   ? &tags.cached
+                                                  : nullptr;
+    if (slot != nullptr && *slot == nullptr) *slot = &member.value;
+  }
+  return tags;
 }
 
 // For each layer in tags (a set of Tag bits), copies into out[layer] what
@@ -65,8 +96,9 @@ Prune ObjectOutcome(const JsonValue& kept, const JsonValue& node, Tag tag) {
 // and only what is kept is copied.
 void SelectLayers(const JsonValue& value, const JsonValue& node, unsigned tags, LayerValues& out,
                   Outcomes& result, JsonAllocator& allocator) {
-  const bool identifier = node.HasMember("instanceId") && FlagSet(node, "instanceId");
-  const bool tagged[kTagCount] = {false, node.HasMember("vital"), node.HasMember("cached")};
+  const NodeTags found = TagsOf(node);
+  const bool identifier = found.instanceId != nullptr && found.instanceId->GetBool();
+  const bool tagged[kTagCount] = {false, found.vital != nullptr, found.cached != nullptr};
   unsigned walk = 0;
   auto keepAll = [&](int tag) {
     out[tag].CopyFrom(value, allocator);
@@ -87,10 +119,12 @@ void SelectLayers(const JsonValue& value, const JsonValue& node, unsigned tags, 
   if (value.IsObject() && !value.ObjectEmpty()) {
     for (int tag = 0; tag < kTagCount; ++tag)
       if (walked(tag)) out[tag].SetObject();
+    const JsonValue* properties = PropertiesOf(node);
     for (const auto& member : value.GetObject()) {
       LayerValues kept;
       Outcomes outcome;
-      SelectLayers(member.value, MemberSchema(node, member.name), walk, kept, outcome, allocator);
+      SelectLayers(member.value, MemberSchema(properties, member.name), walk, kept, outcome,
+                   allocator);
       for (int tag = 0; tag < kTagCount; ++tag)
         if (walked(tag) && outcome[tag] == Prune::kKeep)
           out[tag].AddMember(JsonValue(member.name, allocator), kept[tag], allocator);

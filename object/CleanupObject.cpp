@@ -35,9 +35,9 @@ bool IsUserConfig(const JsonValue& node) {
   return true;
 }
 
-// The schema of a member: its entry under the node's "properties", or null.
-const JsonValue* PropertySchema(const JsonValue& node, const JsonValue& name) {
-  const JsonValue* properties = CorvSchemaStore::FindProperties(node);
+// The schema of a member: its entry in a node's "properties" (null when
+// the node has none), or null.
+const JsonValue* PropertySchema(const JsonValue* properties, const JsonValue& name) {
   if (properties == nullptr) return nullptr;
   auto property = properties->FindMember(name);
   return property == properties->MemberEnd() ? nullptr : &property->value;
@@ -65,8 +65,9 @@ bool CleanList(JsonValue& list, const JsonValue& items, const char* name) {
 }
 
 void CleanObject(JsonValue& value, const JsonValue& schema) {
+  const JsonValue* properties = CorvSchemaStore::FindProperties(schema);
   for (auto member = value.MemberBegin(); member != value.MemberEnd();) {
-    const JsonValue* property = PropertySchema(schema, member->name);
+    const JsonValue* property = PropertySchema(properties, member->name);
     const char* name = member->name.GetString();
     bool erase = false;
     if (property == nullptr) {
