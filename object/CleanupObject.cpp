@@ -67,6 +67,11 @@ bool CleanList(JsonValue& list, const JsonValue& items, const char* name) {
 void CleanObject(JsonValue& value, const JsonValue& schema) {
   const JsonValue* properties = CorvSchemaStore::FindProperties(schema);
   for (auto member = value.MemberBegin(); member != value.MemberEnd();) {
+    // Only objects and lists can be empty: a plain value needs no look-up.
+    if (!member->value.IsObject() && !member->value.IsArray()) {
+      ++member;
+      continue;
+    }
     const JsonValue* property = PropertySchema(properties, member->name);
     const char* name = member->name.GetString();
     bool erase = false;
