@@ -187,10 +187,10 @@ bool ParseJson(const char* text, size_t length, JsonDocument& document, std::str
   // The fast reader: recursive, reading a copy of the text in place (see
   // Run), and leaving the check of the text's bytes to the handler, which
   // checks each string whole (most are ASCII, which it checks eight bytes
-  // at a time). It recurses once per level of nesting,
-  // which the handler stops at kMaxJsonDepth, so the stack it takes is
-  // bounded. Text that is not UTF-8 is refused, so no document holds bytes
-  // that would make the text written from it invalid JSON.
+  // at a time). It recurses once per level of nesting, which the handler
+  // stops at kMaxJsonDepth, so the stack it takes is bounded. Text that is
+  // not UTF-8 is refused, so no document holds bytes that would make the
+  // text written from it invalid JSON.
   if (Read<rapidjson::kParseInsituFlag>(text, length, document, nullptr)) return true;
   // The iterative reader that checks the bytes names the faults as the
   // library always has (a lone "}" is "The document is empty.", where the

@@ -28,8 +28,8 @@ const JsonValue* PropertiesOf(const JsonValue& node) {
   return &properties->value;
 }
 
-// The schema of member name in a node's "properties" (null when the node
-// has none).
+// The schema of member name in properties, a node's "properties" (null
+// when the node has none); "Invalid field in schema" when it has no entry.
 const JsonValue& MemberSchema(const JsonValue* properties, const JsonValue& name) {
   if (properties != nullptr) {
     auto found = properties->FindMember(name);

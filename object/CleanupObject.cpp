@@ -35,8 +35,8 @@ bool IsUserConfig(const JsonValue& node) {
   return true;
 }
 
-// The schema of a member: its entry in a node's "properties" (null when
-// the node has none), or null.
+// The schema of a member: its entry in properties, a node's "properties"
+// (null when the node has none); null when it has no entry.
 const JsonValue* PropertySchema(const JsonValue* properties, const JsonValue& name) {
   if (properties == nullptr) return nullptr;
   auto property = properties->FindMember(name);
