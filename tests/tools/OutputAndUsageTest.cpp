@@ -169,4 +169,19 @@ TEST_F(OutputAndUsageTest, VerboseShowsTheLibrarysLog) {
       << traces.err;
 }
 
+TEST_F(OutputAndUsageTest, VerboseWithAValueThatIsNoCountIsAUsageError) {
+  // A count or a yes/no word is taken; any other text is refused before a
+  // command runs, where it once escaped as a bare "stoll".
+  for (const std::string value : {"Orr", "x", "99999999999999999999999"}) {
+    Outcome run = Corvcfg({"--verbose=" + value, "get", "lab.net.dns"});
+    EXPECT_EQ(run.status, 2) << value;
+    EXPECT_EQ(run.out, "") << value;
+    EXPECT_EQ(run.err, "--verbose: not a count: " + value + "\nRun with --help for more information.\n")
+        << value;
+  }
+  Outcome counted = Corvcfg({"--verbose=2", "get", "lab.net.dns"});
+  EXPECT_EQ(counted.status, 0) << counted.err;
+  EXPECT_EQ(counted.out, kDnsCompact);
+}
+
 }  // namespace

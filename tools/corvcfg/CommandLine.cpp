@@ -73,7 +73,18 @@ void BuildCommandLine(CLI::App& app) {
   app.add_flag_function(
       "-v,--verbose",
       [](int64_t count) { LogToStandardError(static_cast<int>(std::min<int64_t>(1 + count, 4))); },
-      "Show the library's log on standard error (-v information, -vv and -vvv traces)");
+      "Show the library's log on standard error (-v information, -vv and -vvv traces)")
+      // CLI11 sums the flag's values with std::stoll, which throws a bare
+      // std::invalid_argument on --verbose=TEXT: refuse such a value first,
+      // as the usage error it is.
+      ->check([](const std::string& value) -> std::string {
+        try {
+          CLI::detail::to_flag_value(value);
+          return {};
+        } catch (const std::exception&) {
+          return "not a count: " + value;
+        }
+      });
 
   // The order of the help's command list: everyday commands first.
   AddReadCommands(app);
