@@ -170,18 +170,22 @@ TEST_F(OutputAndUsageTest, VerboseShowsTheLibrarysLog) {
 }
 
 TEST_F(OutputAndUsageTest, VerboseWithAValueThatIsNoCountIsAUsageError) {
-  // A count or a yes/no word is taken; any other text is refused before a
-  // command runs, where it once escaped as a bare "stoll".
-  for (const std::string value : {"Orr", "x", "99999999999999999999999"}) {
+  // A count up to 100 or a yes/no word is taken; any other text is refused
+  // before a command runs, where it once escaped as a bare "stoll", and so
+  // is a count so large that the sum of two overflowed.
+  for (const std::string value :
+       {"Orr", "x", "99999999999999999999999", "6688888888888888887", "101", "-101"}) {
     Outcome run = Corvcfg({"--verbose=" + value, "get", "lab.net.dns"});
     EXPECT_EQ(run.status, 2) << value;
     EXPECT_EQ(run.out, "") << value;
     EXPECT_EQ(run.err, "--verbose: not a count: " + value + "\nRun with --help for more information.\n")
         << value;
   }
-  Outcome counted = Corvcfg({"--verbose=2", "get", "lab.net.dns"});
-  EXPECT_EQ(counted.status, 0) << counted.err;
-  EXPECT_EQ(counted.out, kDnsCompact);
+  for (const std::string value : {"2", "100", "no"}) {
+    Outcome counted = Corvcfg({"--verbose=" + value, "get", "lab.net.dns"});
+    EXPECT_EQ(counted.status, 0) << value << ": " << counted.err;
+    EXPECT_EQ(counted.out, kDnsCompact) << value;
+  }
 }
 
 }  // namespace

@@ -74,16 +74,17 @@ void BuildCommandLine(CLI::App& app) {
       "-v,--verbose",
       [](int64_t count) { LogToStandardError(static_cast<int>(std::min<int64_t>(1 + count, 4))); },
       "Show the library's log on standard error (-v information, -vv and -vvv traces)")
-      // CLI11 sums the flag's values with std::stoll, which throws a bare
-      // std::invalid_argument on --verbose=TEXT: refuse such a value first,
-      // as the usage error it is.
+      // CLI11 reads the flag's values with std::stoll, which throws a bare
+      // std::invalid_argument on --verbose=TEXT, and sums them unchecked,
+      // which overflows on huge counts: refuse such a value first, as the
+      // usage error it is. No count beyond 100 means anything more.
       ->check([](const std::string& value) -> std::string {
         try {
-          CLI::detail::to_flag_value(value);
-          return {};
+          const int64_t count = CLI::detail::to_flag_value(value);
+          if (count >= -100 && count <= 100) return {};
         } catch (const std::exception&) {
-          return "not a count: " + value;
         }
+        return "not a count: " + value;
       });
 
   // The order of the help's command list: everyday commands first.
