@@ -178,7 +178,8 @@ TEST_F(OutputAndUsageTest, VerboseWithAValueThatIsNoCountIsAUsageError) {
     Outcome run = Corvcfg({"--verbose=" + value, "get", "lab.net.dns"});
     EXPECT_EQ(run.status, 2) << value;
     EXPECT_EQ(run.out, "") << value;
-    EXPECT_EQ(run.err, "--verbose: not a count: " + value + "\nRun with --help for more information.\n")
+    EXPECT_EQ(run.err,
+              "--verbose: not a count: " + value + "\nRun with --help for more information.\n")
         << value;
   }
   for (const std::string value : {"2", "100", "no"}) {
