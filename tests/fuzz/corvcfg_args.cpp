@@ -70,29 +70,35 @@ CLI::App* Chosen(CLI::App* app) {
   return app;
 }
 
-// Parses the arguments with the tree. Returns what the parse gave, in
-// words to compare: the usage error, or the commands chosen with the values
-// of each option given; null when a command would have run.
-std::string Parse(ParseOnly& app, std::vector<std::string> arguments) {
+// What a parse gave: whether it was refused, and in words to compare the
+// usage error, or the commands chosen with the values of each option given.
+struct Outcome {
+  bool refused;
+  std::string words;
+};
+
+// Parses the arguments with the tree; a command that would have run is a
+// broken property.
+Outcome Parse(ParseOnly& app, std::vector<std::string> arguments) {
   try {
     app.parse(arguments);
     Fail("a command would have run");
   } catch (const ParseOnly::Parsed&) {
   } catch (const CLI::Error& error) {
-    return "refused " + error.get_name() + ": " + error.what();
+    return {true, error.get_name() + ": " + error.what()};
   }
-  std::string outcome = "parsed";
+  std::string words;
   for (CLI::App* command = &app;;) {
-    outcome += " " + command->get_name();
+    words += " " + command->get_name();
     for (const CLI::Option* option : command->get_options()) {
       if (option->count() == 0) continue;
-      outcome += " " + option->get_name() + "=";
-      for (const std::string& value : option->results()) outcome += "[" + value + "]";
+      words += " " + option->get_name() + "=";
+      for (const std::string& value : option->results()) words += "[" + value + "]";
     }
     if (command->get_subcommands().empty()) break;
     command = command->get_subcommands().front();
   }
-  return outcome;
+  return {false, words};
 }
 
 // The values given to an option of the command, none when it has no such
@@ -140,20 +146,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
   }
 
-  const std::string outcome = Parse(*commandLine, arguments);
+  const Outcome outcome = Parse(*commandLine, arguments);
   static uint64_t inputs = 0;
   if (++inputs % 64 == 0) {
     UseTemporaryEnvironment();
     auto fresh = std::make_unique<ParseOnly>();
     BuildCommandLine(*fresh);
-    const std::string freshOutcome = Parse(*fresh, arguments);
-    if (freshOutcome != outcome)
-      Fail("the reused command tree parses otherwise than a fresh one: " + outcome + " | " +
-           freshOutcome);
+    const Outcome freshOutcome = Parse(*fresh, arguments);
+    if (freshOutcome.refused != outcome.refused || freshOutcome.words != outcome.words)
+      Fail("the reused command tree parses otherwise than a fresh one: " + outcome.words + " | " +
+           freshOutcome.words);
     commandLine = std::move(fresh);
   }
   UseTemporaryEnvironment();
-  if (outcome.compare(0, 7, "refused") == 0) return 0;
+  if (outcome.refused) return 0;
   try {
     ParseValues(Chosen(commandLine.get()));
   } catch (const CLI::Error&) {
