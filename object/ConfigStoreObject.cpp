@@ -15,11 +15,17 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id)
 ConfigStoreObject::ConfigStoreObject(const std::shared_ptr<ConfigStoreObjectImpl>& impl)
     : StoreObject(impl) {}
 
-std::string ConfigStoreObject::GetVersion() const { return ImplOf(*this).GetVersion(); }
+std::string ConfigStoreObject::GetVersion() const {
+  return std::string(ImplOf(*this).GetVersion());
+}
 
-std::string ConfigStoreObject::GetCreationTime() const { return ImplOf(*this).GetCreationTime(); }
+std::string ConfigStoreObject::GetCreationTime() const {
+  return std::string(ImplOf(*this).GetCreationTime());
+}
 
-std::string ConfigStoreObject::GetModifiedTime() const { return ImplOf(*this).GetModifiedTime(); }
+std::string ConfigStoreObject::GetModifiedTime() const {
+  return std::string(ImplOf(*this).GetModifiedTime());
+}
 
 int ConfigStoreObject::GetRevision() const { return ImplOf(*this).GetRevision(); }
 

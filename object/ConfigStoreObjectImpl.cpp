@@ -20,20 +20,17 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(const ConfigStoreObjectId& id)
 ConfigStoreObjectImpl::ConfigStoreObjectImpl(
     const ConfigStoreObjectId& id, const ConfigStoreObjectId& rootId,
     std::optional<unsigned long> index, const std::shared_ptr<JsonDoc>& data,
-    const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, const std::string& version,
-    const std::string& creationTime, const std::string& modifiedTime, int revision,
+    const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, std::string_view version,
+    std::string_view creationTime, std::string_view modifiedTime, int revision,
     bool deriveFromSchema, const std::shared_ptr<JsonDoc>& idMap,
     const std::shared_ptr<JsonDoc>& defaults)
     : StoreObjectImpl(id, data),
       rootId_(rootId == id ? nullptr : std::make_unique<const ConfigStoreObjectId>(rootId)),
-      deriveFromSchema_(deriveFromSchema),
-      version_(version),
-      creationTime_(creationTime),
-      modifiedTime_(modifiedTime),
       revision_(revision),
+      deriveFromSchema_(deriveFromSchema),
       index_(index) {
+  std::shared_ptr<CorvSchemaStore::SchemaObject> keySchema = schema;
   if (deriveFromSchema_) {
-    std::shared_ptr<CorvSchemaStore::SchemaObject> keySchema = schema;
     if (!keySchema) {
       std::shared_ptr<CorvSchemaStore::SchemaStore> store =
           CorvSchemaStore::SchemaStore::GetStore();
@@ -44,7 +41,7 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(
     }
     idMap_ = GetInstanceIdMapFromSchema(keySchema, id.key);
     defaults_ = GetDefaultsFromSchema(keySchema);
-    if (version_.empty()) version_ = keySchema->GetVersion();
+    if (version.empty()) version = keySchema->GetVersion();
   } else {
     idMap_ = idMap;
     // Only an object can hold the defaults of a sub-object's members.
@@ -58,6 +55,12 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(
       }
     }
   }
+  stamps_.reserve(version.size() + creationTime.size() + modifiedTime.size());
+  stamps_.append(version);
+  creationAt_ = static_cast<uint32_t>(stamps_.size());
+  stamps_.append(creationTime);
+  modifiedAt_ = static_cast<uint32_t>(stamps_.size());
+  stamps_.append(modifiedTime);
   SetInstanceIdFromCsoId();
 }
 

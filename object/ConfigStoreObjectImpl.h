@@ -6,9 +6,11 @@
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/ObjectId.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/Json.h"
@@ -39,8 +41,8 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   ConfigStoreObjectImpl(const ConfigStoreObjectId& id, const ConfigStoreObjectId& rootId,
                         std::optional<unsigned long> index, const std::shared_ptr<JsonDoc>& data,
                         const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema,
-                        const std::string& version, const std::string& creationTime,
-                        const std::string& modifiedTime, int revision, bool deriveFromSchema,
+                        std::string_view version, std::string_view creationTime,
+                        std::string_view modifiedTime, int revision, bool deriveFromSchema,
                         const std::shared_ptr<JsonDoc>& idMap,
                         const std::shared_ptr<JsonDoc>& defaults);
   ~ConfigStoreObjectImpl() override;
@@ -49,9 +51,9 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   // (fromDefault true). Writes never touch the defaults.
   const JsonValue* GetValuePtrDefault(const char* key, bool& fromDefault) const override;
 
-  const std::string& GetVersion() const { return version_; }
-  const std::string& GetCreationTime() const { return creationTime_; }
-  const std::string& GetModifiedTime() const { return modifiedTime_; }
+  std::string_view GetVersion() const { return Stamp(0, creationAt_); }
+  std::string_view GetCreationTime() const { return Stamp(creationAt_, modifiedAt_); }
+  std::string_view GetModifiedTime() const { return Stamp(modifiedAt_, stamps_.size()); }
   int GetRevision() const { return revision_; }
   const ConfigStoreObjectId& GetRootId() const {
     return rootId_ ? *rootId_ : GetConfigStoreObjectId();
@@ -95,17 +97,25 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   // True, with the instance-id property in *idProp, when the map lists key:
   // the member is a list of instances.
   bool FindIdProperty(const std::string& key, std::string* idProp) const;
+  std::string_view Stamp(size_t begin, size_t end) const {
+    return std::string_view(stamps_).substr(begin, end - begin);
+  }
 
   // Set only for a sub-object: a top-level object is its own root, and
   // objects are many, so they do not carry a second copy of their id.
   std::unique_ptr<const ConfigStoreObjectId> rootId_;
-  bool deriveFromSchema_;
   std::shared_ptr<JsonDoc> idMap_;
-  std::string version_;
   std::shared_ptr<JsonDoc> defaults_;
-  std::string creationTime_;
-  std::string modifiedTime_;
+  // The version, creation time and modification time, one after the other
+  // in one text that starts the creation time at creationAt_ and the
+  // modification time at modifiedAt_: objects read from the store are
+  // many, and three strings of their own take three times the room and two
+  // more allocations.
+  std::string stamps_;
+  uint32_t creationAt_;
+  uint32_t modifiedAt_;
   int revision_;
+  bool deriveFromSchema_;
   std::optional<unsigned long> index_;
 };
 

@@ -47,8 +47,8 @@ std::shared_ptr<ConfigStoreObjectImpl> ConfigStoreObjectImpl::MakeSubObjectPtr(
   }
   step.index = index;
   return std::make_shared<ConfigStoreObjectImpl>(
-      subObjectId, GetRootId(), index_, doc_->Extend(std::move(step)), nullptr, version_, creationTime_,
-      modifiedTime_, revision_, false, idMap_, defaults_);
+      subObjectId, GetRootId(), index_, doc_->Extend(std::move(step)), nullptr, GetVersion(),
+      GetCreationTime(), GetModifiedTime(), revision_, false, idMap_, defaults_);
 }
 
 std::shared_ptr<ConfigStoreObject> ConfigStoreObjectImpl::CreateSubObject(
