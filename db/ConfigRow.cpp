@@ -89,7 +89,7 @@ class RowFiller {
           break;
         case Field::kSuccess: row.confirmed = std::strcmp(value, "1") == 0; break;
         case Field::kBootAction: row.bootAction = value; break;
-        case Field::kLayer: row.layers[static_cast<size_t>(column.layer)] = value; break;
+        case Field::kLayer: row.SetLayer(column.layer, value); break;
       }
     }
   }
@@ -163,7 +163,7 @@ void VisitRows(const Connection& conn, const DBStore::SqlStatement& statement,
   if (DBStore::ExecuteStmt(
           conn, statement, params,
           [&](int count, char** values, char** names) {
-            row = ConfigRow();
+            row.Clear();
             filler.Fill(row, count, values, names);
             visit(row);
             return 0;
@@ -178,6 +178,16 @@ auto ReadInstancesFailed(const ConfigStoreObjectId& id) {
 }
 
 }  // namespace
+
+void ConfigRow::Clear() {
+  found = false;
+  for (std::string* text : {&component, &group, &name, &identifier, &version, &creationTime,
+                            &modifiedTime, &bootAction})
+    text->clear();
+  revision = kDefaultRevision;
+  confirmed = false;
+  stored_.fill(false);
+}
 
 DBStore::SqlParams KeyParams(const ConfigStoreObjectId& id) {
   return {DBStore::SqlParam::Text(id.key), DBStore::SqlParam::Text(id.group),

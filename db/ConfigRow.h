@@ -52,12 +52,25 @@ struct ConfigRow {
   bool confirmed = false;
   // A next-boot row's BootAction: "SET", "DELETE" or "DELETE_INSTANCE".
   std::string bootAction;
-  std::array<std::optional<std::string>, 7> layers;
 
-  const std::optional<std::string>& Get(Layer layer) const {
-    return layers[static_cast<size_t>(layer)];
+  // The layer's stored text; null when the row has none.
+  const std::string* Get(Layer layer) const {
+    const size_t index = static_cast<size_t>(layer);
+    return stored_[index] ? &texts_[index] : nullptr;
   }
-  bool Has(Layer layer) const { return layer != Layer::kNone && Get(layer).has_value(); }
+  bool Has(Layer layer) const { return layer != Layer::kNone && Get(layer) != nullptr; }
+  void SetLayer(Layer layer, const char* text) {
+    const size_t index = static_cast<size_t>(layer);
+    texts_[index] = text;
+    stored_[index] = true;
+  }
+  // Empties the row for the next result row of a statement. Its texts keep
+  // their room: a read of many rows then allocates for the first only.
+  void Clear();
+
+ private:
+  std::array<std::string, 7> texts_;
+  std::array<bool, 7> stored_{};
 };
 using ConfigRows = std::vector<ConfigRow>;
 

@@ -3,6 +3,8 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
 
 #include "RowsFixture.h"
 #include "db/BulkReads.h"
@@ -13,13 +15,19 @@ namespace {
 
 using namespace CorvConfigStore;
 
+// The row's text of layer; nothing when the row has none.
+std::optional<std::string> LayerOf(const ConfigRow& row, Layer layer) {
+  const std::string* text = row.Get(layer);
+  return text != nullptr ? std::optional<std::string>(*text) : std::nullopt;
+}
+
 class BulkReadsTest : public RowsTest {
  protected:
   // Rows of (Name, Identifier, Value) of a row list, sorted.
   static std::vector<std::string> Rows(const ConfigRows& rows) {
     std::vector<std::string> out;
     for (const ConfigRow& row : rows)
-      out.push_back(row.name + "/" + row.identifier + "=" + row.Get(Layer::kValue).value_or(""));
+      out.push_back(row.name + "/" + row.identifier + "=" + LayerOf(row, Layer::kValue).value_or(""));
     std::sort(out.begin(), out.end());
     return out;
   }
@@ -64,7 +72,7 @@ TEST_F(BulkReadsTest, UserContentsOmitUnconfirmedRowsDesiredContentsIncludeThem)
   ConfigRows rows = GetUserConfigContents(conn_);
   for (const ConfigRow& row : rows) {
     if (row.name != "motd") continue;
-    EXPECT_EQ(row.Get(Layer::kAutoConf), R"({"x":1})");
+    EXPECT_EQ(LayerOf(row, Layer::kAutoConf), R"({"x":1})");
     EXPECT_EQ(row.component, "corv");
     EXPECT_EQ(row.group, "sys");
     EXPECT_EQ(row.version, "1.0");
@@ -99,7 +107,7 @@ TEST_F(BulkReadsTest, DefaultRowsOfAnObjectOrOneInstance) {
   ConfigRows one = GetDefaultUserConfigMapList(Id("iface", "net", "e1"), conn_);
   ASSERT_EQ(one.size(), 1u);
   const ConfigRow& row = one.front();
-  EXPECT_EQ(row.Get(Layer::kValue), R"({"mtu":2})");
+  EXPECT_EQ(LayerOf(row, Layer::kValue), R"({"mtu":2})");
   EXPECT_EQ(row.identifier, "e1");
   EXPECT_EQ(row.version, "1.1");
   // Only those three columns are read.
@@ -187,13 +195,13 @@ TEST_F(BulkReadsTest, SmartnicRowsTakeTheDesiredValueWhenThereIsOne) {
   EXPECT_EQ(row.group, "net");
   EXPECT_EQ(row.name, "shared");
   EXPECT_EQ(row.identifier, "");
-  EXPECT_EQ(row.Get(Layer::kValue), R"({"mode":"d"})");
+  EXPECT_EQ(LayerOf(row, Layer::kValue), R"({"mode":"d"})");
   EXPECT_EQ(Attached(), "main ");
 
   ASSERT_EQ(Exec("UPDATE Config SET DesiredValue = NULL"), "");
   rows = GetSmartnicConfiguration(conn_);
   ASSERT_EQ(rows.size(), 1u);
-  EXPECT_EQ(rows.front().Get(Layer::kValue), R"({"mode":"u"})");
+  EXPECT_EQ(LayerOf(rows.front(), Layer::kValue), R"({"mode":"u"})");
   EXPECT_EQ(Attached(), "main ");
 }
 

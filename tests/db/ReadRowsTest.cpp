@@ -97,7 +97,7 @@ TEST_F(ReadRowsTest, RowLayersMergeAsTheirObjectsWould) {
     CorvConfigStore::ConfigRow row;
     const Layer order[] = {Layer::kVital, Layer::kCached, Layer::kAutoConf, Layer::kUser};
     for (size_t i = 0; i < layers.size(); ++i)
-      if (layers[i] != nullptr) row.layers[static_cast<size_t>(order[i])] = layers[i];
+      if (layers[i] != nullptr) row.SetLayer(order[i], layers[i]);
     ObjectPtr merged = MergeRowLayers(id, Schema(id), row, Layer::kAutoConf, Layer::kUser);
     ObjectPtr expected = MergeConfig(MakeLayerObject(id, Schema(id), row, Layer::kVital),
                                      MakeLayerObject(id, Schema(id), row, Layer::kCached),
@@ -284,6 +284,40 @@ TEST_F(ReadRowsTest, CurrentConfigOfEveryInstance) {
   EXPECT_EQ(Ids(objects), (std::vector<std::string>{"a", "b"}));
   EXPECT_TRUE(JsonEqual(R"({"name":"a","mtu":1,"speed":0})", Json(objects[0])));
   EXPECT_TRUE(JsonEqual(R"({"name":"b","mtu":3})", Json(objects[1])));
+}
+
+TEST_F(ReadRowsTest, EachRowOfAReadStartsEmpty) {
+  // The rows of one read share their storage; nothing of a row may show
+  // through in the next.
+  InsertRow(Id("iface", "net", "a"),
+            "Success, UserValue, VitalValue, CachedValue, DesiredValue, CreationTime, "
+            "ModifiedTime, Revision",
+            R"(1, '{"name":"a"}', '{"speed":5}', '{"up":true}', '{"mtu":9}', 't1', 't2', 7)");
+  InsertRow(Id("iface", "net", "b"), "Success, AutoConfValue, CreationTime, ModifiedTime",
+            R"(0, '{"name":"b"}', NULL, NULL)");
+  ASSERT_EQ("", Exec("UPDATE Config SET Version = CASE Identifier WHEN 'a' THEN '2.0' END"));
+  ConfigRows seen;
+  ForEachInstanceRow(conn_, GET_INSTANCES, Id("iface", "net"),
+                     [&seen](const ConfigRow& row) { seen.push_back(row); });
+  ASSERT_EQ(2u, seen.size());
+  const ConfigRow& first = seen[0];
+  EXPECT_EQ("a", first.identifier);
+  EXPECT_EQ("2.0", first.version);
+  EXPECT_TRUE(first.confirmed);
+  EXPECT_EQ(7, first.revision);
+  EXPECT_EQ("t1", first.creationTime);
+  ASSERT_TRUE(first.Has(Layer::kVital));
+  EXPECT_EQ(R"({"speed":5})", *first.Get(Layer::kVital));
+  const ConfigRow& second = seen[1];
+  EXPECT_EQ("b", second.identifier);
+  EXPECT_EQ("", second.version);
+  EXPECT_FALSE(second.confirmed);
+  EXPECT_EQ(1, second.revision);
+  EXPECT_EQ("", second.creationTime);
+  for (Layer layer : {Layer::kUser, Layer::kVital, Layer::kCached, Layer::kDesired})
+    EXPECT_FALSE(second.Has(layer)) << static_cast<int>(layer);
+  ASSERT_TRUE(second.Has(Layer::kAutoConf));
+  EXPECT_EQ(R"({"name":"b"})", *second.Get(Layer::kAutoConf));
 }
 
 TEST_F(ReadRowsTest, DesiredViewFollowsTheSuccessFlag) {
