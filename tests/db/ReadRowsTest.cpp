@@ -299,25 +299,23 @@ TEST_F(ReadRowsTest, EachRowOfAReadStartsEmpty) {
   ConfigRows seen;
   ForEachInstanceRow(conn_, GET_INSTANCES, Id("iface", "net"),
                      [&seen](const ConfigRow& row) { seen.push_back(row); });
+  // Each row as "identifier|version|confirmed|revision|creation time" and
+  // then every layer it holds, with its text.
+  auto summary = [](const ConfigRow& row) {
+    std::string text = row.identifier + "|" + row.version + "|" + (row.confirmed ? "1" : "0") +
+                       "|" + std::to_string(row.revision) + "|" + row.creationTime;
+    const std::pair<Layer, const char*> layers[] = {
+        {Layer::kUser, "user"},       {Layer::kDesired, "desired"}, {Layer::kAutoConf, "auto"},
+        {Layer::kVital, "vital"},     {Layer::kCached, "cached"},   {Layer::kValue, "value"}};
+    for (const auto& layer : layers)
+      if (row.Has(layer.first)) text += std::string(" ") + layer.second + "=" + *row.Get(layer.first);
+    return text;
+  };
   ASSERT_EQ(2u, seen.size());
-  const ConfigRow& first = seen[0];
-  EXPECT_EQ("a", first.identifier);
-  EXPECT_EQ("2.0", first.version);
-  EXPECT_TRUE(first.confirmed);
-  EXPECT_EQ(7, first.revision);
-  EXPECT_EQ("t1", first.creationTime);
-  ASSERT_TRUE(first.Has(Layer::kVital));
-  EXPECT_EQ(R"({"speed":5})", *first.Get(Layer::kVital));
-  const ConfigRow& second = seen[1];
-  EXPECT_EQ("b", second.identifier);
-  EXPECT_EQ("", second.version);
-  EXPECT_FALSE(second.confirmed);
-  EXPECT_EQ(1, second.revision);
-  EXPECT_EQ("", second.creationTime);
-  for (Layer layer : {Layer::kUser, Layer::kVital, Layer::kCached, Layer::kDesired})
-    EXPECT_FALSE(second.Has(layer)) << static_cast<int>(layer);
-  ASSERT_TRUE(second.Has(Layer::kAutoConf));
-  EXPECT_EQ(R"({"name":"b"})", *second.Get(Layer::kAutoConf));
+  EXPECT_EQ(R"(a|2.0|1|7|t1 user={"name":"a"} desired={"mtu":9} vital={"speed":5})"
+            R"( cached={"up":true})",
+            summary(seen[0]));
+  EXPECT_EQ(R"(b||0|1| auto={"name":"b"})", summary(seen[1]));
 }
 
 TEST_F(ReadRowsTest, DesiredViewFollowsTheSuccessFlag) {
