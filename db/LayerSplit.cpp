@@ -178,21 +178,29 @@ LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema) {
                                          object->GetConfigStoreObjectId().toString().c_str());
   const JsonValue& value = *ImplOf(object).GetJsonValuePtr();
   const JsonValue& node = schema->GetValueSchema();
+  // Where no node tags a layer, the walk of the user layer keeps every
+  // member and element: its copy of the value would be the value itself.
+  // The other layers are still walked; they meet the same nodes in the
+  // same order, so a fault of the value is found as before.
+  const bool userIsWhole = !schema->MayTagLayers();
   JsonAllocator scratch(kScratchBlockBytes);
   LayerValues layers;
   Outcomes outcome;
   try {
-    SelectLayers(value, node, kAllTags, layers, outcome, scratch);
+    SelectLayers(value, node, userIsWhole ? kAllTags & ~(1u << kUser) : kAllTags, layers,
+                 outcome, scratch);
   } catch (const ConfigStoreException&) {
     // A value with several faults: the layers walked one after the other,
     // user first, meet them in the order that decides which is reported.
     for (int tag = 0; tag < kTagCount; ++tag)
       SelectLayers(value, node, 1u << tag, layers, outcome, scratch);
   }
+  if (userIsWhole) outcome[kUser] = Prune::kKeep;
   auto text = [&](Tag tag) -> std::optional<std::string> {
     if (outcome[tag] == Prune::kDrop) return std::nullopt;
-    if (tag == kUser && layers[tag].ObjectEmpty()) return std::nullopt;
-    return JsonToString(layers[tag]);
+    const JsonValue& layer = tag == kUser && userIsWhole ? value : layers[tag];
+    if (tag == kUser && layer.ObjectEmpty()) return std::nullopt;
+    return JsonToString(layer);
   };
   LayerParts parts;
   parts.user = text(kUser);

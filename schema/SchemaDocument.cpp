@@ -116,6 +116,20 @@ bool UsesGeneratedIds(const JsonValue& schema) {
   return false;
 }
 
+bool MayTagLayers(const JsonValue& schema) {
+  if (schema.IsArray()) {
+    for (const JsonValue& element : schema.GetArray())
+      if (MayTagLayers(element)) return true;
+    return false;
+  }
+  if (!schema.IsObject()) return false;
+  for (const auto& member : schema.GetObject()) {
+    if (member.name == "vital" || member.name == "cached") return true;
+    if (MayTagLayers(member.value)) return true;
+  }
+  return false;
+}
+
 void PopulateGeneratedInstanceId(const JsonValue& schema, JsonValue& value,
                                  JsonAllocator& allocator) {
   // Most schemas name their instances' ids: a look at the schema spares the

@@ -131,6 +131,7 @@ SchemaObject::SchemaObject(const std::string& component, const std::string& grou
 
   hasInstances_ = IsArrayOfObjects(document_);
   usesGeneratedIds_ = CorvSchemaStore::UsesGeneratedIds(document_);
+  mayTagLayers_ = CorvSchemaStore::MayTagLayers(GetValueSchema());
   idMap_ = CorvConfigStore::NewJsonDocument();
   CorvConfigStore::JsonAllocator& idAllocator = idMap_->GetAllocator();
   idMap_->SetObject();

@@ -67,6 +67,10 @@ class SchemaObject {
   // Some list of the key has instances with generated ids (UsesGeneratedIds
   // of the key schema, answered once).
   bool UsesGeneratedIds() const { return usesGeneratedIds_; }
+  // Some node of the value schema may tag members "vital" or "cached"
+  // (MayTagLayers of the value schema, answered once). Without, every
+  // member of a value belongs to its user layer.
+  bool MayTagLayers() const { return mayTagLayers_; }
   // Instance-id property of the key's instances; empty for a singleton.
   const std::string& GetInstanceIdProperty() const { return instanceIdProperty_; }
   // Member name -> instance-id property, for the key itself (when it has
@@ -115,6 +119,7 @@ class SchemaObject {
   std::shared_ptr<CorvConfigStore::JsonDoc> sharedDefaults_;
   bool hasInstances_ = false;
   bool usesGeneratedIds_ = false;
+  bool mayTagLayers_ = true;
   std::string instanceIdProperty_;
   int kind_ = kKindUser;
   std::vector<std::string> systemInstances_;
@@ -209,5 +214,10 @@ void PopulateGeneratedInstanceId(const CorvConfigStore::JsonValue& schema,
 // "items") has instances with generated ids: only then can
 // PopulateGeneratedInstanceId change a value.
 bool UsesGeneratedIds(const CorvConfigStore::JsonValue& schema);
+
+// True when a member named "vital" or "cached" appears anywhere in schema,
+// at any depth: a superset of the layer tags of its nodes, so false means
+// that no node tags a layer.
+bool MayTagLayers(const CorvConfigStore::JsonValue& schema);
 
 }  // namespace CorvSchemaStore

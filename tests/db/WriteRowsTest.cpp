@@ -313,6 +313,46 @@ TEST_F(WriteRowsTest, SplitRefusesMembersTheSchemaDoesNotKnow) {
                      "Schema error:Expected array type"));
 }
 
+// A key whose schema tags no layer takes its value whole as the user layer
+// without the walk that copies it; the walk of a schema with a tag the
+// value does not use gives the same layers and the same faults.
+TEST_F(WriteRowsTest, SplitOfAKeyWithoutLayerTagsGivesTheWholeValueAsUserLayer) {
+  const std::string properties =
+      R"("name": {"type": "string"}, "opts": {"type": "object", "properties": {"metric":)"
+      R"( {"type": "integer"}}}, "tags": {"type": "array", "items": {"type": "string"}},)"
+      R"( "table": {"type": "array", "items": {"type": "object", "properties": {"dest":)"
+      R"( {"type": "string", "instanceId": true}, "via": {"type": "string"}, "opts":)"
+      R"( {"type": "object", "properties": {"metric": {"type": "integer"}}}}}})";
+  SchemaPtr plain = CorvSchemaStore::MakeSchemaObject(
+      "corv", "sys", "routes", R"({"type": "object", "properties": {)" + properties + "}}");
+  SchemaPtr tagged = CorvSchemaStore::MakeSchemaObject(
+      "corv", "sys", "routes",
+      R"({"type": "object", "properties": {)" + properties +
+          R"(, "unused": {"type": "integer", "cached": true}}})");
+  ASSERT_FALSE(plain->MayTagLayers());
+  ASSERT_TRUE(tagged->MayTagLayers());
+  const ConfigStoreObjectId id = Id("routes", "sys");
+  auto object = [&id](const std::string& json) {
+    return std::make_shared<ConfigStoreObject>(std::make_shared<ConfigStoreObjectImpl>(
+        id, id, std::nullopt, CreateDocumentFromString(json), nullptr, "", "", "", -1, false,
+        nullptr, nullptr));
+  };
+  const std::string value =
+      R"({"name":"r","opts":{},"tags":[],"table":[{"dest":"a","via":"b","opts":{"metric":2}},)"
+      R"({"dest":"c"}]})";
+  for (const SchemaPtr& schema : {plain, tagged}) {
+    LayerParts parts = SplitLayers(object(value), schema);
+    EXPECT_EQ(parts.user, value);
+    EXPECT_EQ(parts.vital, std::nullopt);
+    EXPECT_EQ(parts.cached, std::nullopt);
+    EXPECT_EQ(SplitLayers(object("{}"), schema).user, std::nullopt);
+    EXPECT_TRUE(Throws([&] { SplitLayers(object(R"({"table":[{"dest":"a","x":1}]})"), schema); },
+                       2000, "Invalid field in schema: x"));
+    EXPECT_TRUE(Throws([&] { SplitLayers(object(R"({"name":["a"]})"), schema); }, 2000,
+                       "Schema error:Expected array type"));
+  }
+}
+
 // The vital layer keeps "hw" whole and the cached layer looks inside it, so
 // the fault inside "hw" is met first in a walk of the value; the user
 // layer's walk skips "hw" and meets the unknown "zzz" first, and that one

@@ -178,6 +178,32 @@ TEST_F(GenerateSchemaDocumentTest, GeneratedIdsAreCompletedAgainstAKeySchema) {
   EXPECT_TRUE(mixed[1].HasMember("cs_generated_id"));
 }
 
+TEST_F(GenerateSchemaDocumentTest, OnlySchemasNamingVitalOrCachedMayTagLayers) {
+  // Untagged, at any depth, through properties and items.
+  EXPECT_FALSE(CorvSchemaStore::MayTagLayers(
+      Parse(R"({"type": "object", "properties": {"a": {"type": "array", "items": {"type":
+      "object", "properties": {"id": {"type": "string", "instanceId": true}}}}, "b":
+      {"type": "object", "properties": {"c": {"type": "integer"}}}}})")));
+  EXPECT_FALSE(CorvSchemaStore::MayTagLayers(Parse("true")));
+  // A tag deep down, or only a member of that name (a property called
+  // "cached" is no tag, but the answer may be too wide, never too narrow).
+  EXPECT_TRUE(CorvSchemaStore::MayTagLayers(
+      Parse(R"({"type": "object", "properties": {"a": {"type": "array", "items": {"type":
+      "object", "properties": {"up": {"type": "integer", "vital": true}}}}}})")));
+  EXPECT_TRUE(CorvSchemaStore::MayTagLayers(
+      Parse(R"({"type": "object", "properties": {"cached": {"type": "string"}}})")));
+  EXPECT_TRUE(CorvSchemaStore::MayTagLayers(Parse(R"({"anyOf": [{"cached": true}]})")));
+  // A schema object answers for its value schema, once.
+  auto made = CorvSchemaStore::MakeSchemaObject("corv", "net", "plain",
+                               R"({"type": "array", "items": {"type": "object", "properties":
+                               {"name": {"type": "string", "instanceId": true}}}})");
+  EXPECT_FALSE(made->MayTagLayers());
+  auto tagged = CorvSchemaStore::MakeSchemaObject("corv", "net", "tagged",
+                                 R"({"type": "object", "properties": {"speed": {"type":
+                                 "integer", "vital": true}}})");
+  EXPECT_TRUE(tagged->MayTagLayers());
+}
+
 TEST_F(GenerateSchemaDocumentTest, OnlySchemasWithGeneratedIdsCanChangeAValue) {
   auto schemaOf = [](const char* key) {
     return SchemaStore::GetCache()->GetSchema("corv", "net", key);
