@@ -4,6 +4,7 @@
 
 #include <corvconfigstore/Exceptions.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "core/Throw.h"
@@ -55,12 +56,18 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(
       }
     }
   }
-  stamps_.reserve(version.size() + creationTime.size() + modifiedTime.size());
-  stamps_.append(version);
-  creationAt_ = static_cast<uint32_t>(stamps_.size());
-  stamps_.append(creationTime);
-  modifiedAt_ = static_cast<uint32_t>(stamps_.size());
-  stamps_.append(modifiedTime);
+  const size_t total = version.size() + creationTime.size() + modifiedTime.size();
+  char* stamps = inlineStamps_;
+  if (total > kInlineStamps) {
+    heapStamps_ = std::make_unique<char[]>(total);
+    stamps = heapStamps_.get();
+  }
+  char* end = std::copy(version.begin(), version.end(), stamps);
+  creationAt_ = static_cast<uint32_t>(end - stamps);
+  end = std::copy(creationTime.begin(), creationTime.end(), end);
+  modifiedAt_ = static_cast<uint32_t>(end - stamps);
+  end = std::copy(modifiedTime.begin(), modifiedTime.end(), end);
+  stampsEnd_ = static_cast<uint32_t>(end - stamps);
   SetInstanceIdFromCsoId();
 }
 

@@ -53,7 +53,7 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
 
   std::string_view GetVersion() const { return Stamp(0, creationAt_); }
   std::string_view GetCreationTime() const { return Stamp(creationAt_, modifiedAt_); }
-  std::string_view GetModifiedTime() const { return Stamp(modifiedAt_, stamps_.size()); }
+  std::string_view GetModifiedTime() const { return Stamp(modifiedAt_, stampsEnd_); }
   int GetRevision() const { return revision_; }
   const ConfigStoreObjectId& GetRootId() const {
     return rootId_ ? *rootId_ : GetConfigStoreObjectId();
@@ -98,7 +98,8 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   // the member is a list of instances.
   bool FindIdProperty(const std::string& key, std::string* idProp) const;
   std::string_view Stamp(size_t begin, size_t end) const {
-    return std::string_view(stamps_).substr(begin, end - begin);
+    return std::string_view((heapStamps_ ? heapStamps_.get() : inlineStamps_) + begin,
+                            end - begin);
   }
 
   // Set only for a sub-object: a top-level object is its own root, and
@@ -107,15 +108,19 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   std::shared_ptr<JsonDoc> idMap_;
   std::shared_ptr<JsonDoc> defaults_;
   // The version, creation time and modification time, one after the other
-  // in one text that starts the creation time at creationAt_ and the
-  // modification time at modifiedAt_: objects read from the store are
-  // many, and three strings of their own take three times the room and two
-  // more allocations.
-  std::string stamps_;
+  // in one text that starts the creation time at creationAt_, the
+  // modification time at modifiedAt_ and ends at stampsEnd_. Objects read
+  // from the store are many: the text is kept in the object itself when it
+  // fits, as a short version and two "YYYY-MM-DD HH:MM:SS" times do, and
+  // only a longer one takes an allocation of its own.
+  static constexpr size_t kInlineStamps = 44;
+  std::unique_ptr<char[]> heapStamps_;
   uint32_t creationAt_;
   uint32_t modifiedAt_;
+  uint32_t stampsEnd_;
   int revision_;
   bool deriveFromSchema_;
+  char inlineStamps_[kInlineStamps];
   std::optional<unsigned long> index_;
 };
 

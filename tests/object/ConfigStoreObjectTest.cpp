@@ -67,6 +67,27 @@ TEST(ConfigStoreObjectTest, GivenMetadataIsKept) {
   EXPECT_EQ(impl.GetData(), R"({"mtu":9000,"name":"eth1"})");
 }
 
+TEST(ConfigStoreObjectTest, MetadataOfAnyLengthIsKept) {
+  // Short stamps are kept in the object, longer ones apart: both read back
+  // whole, and so do empty ones and those of a sub-object.
+  ConfigStoreObjectId id("nics", "g", "c", "eth1");
+  const std::string longVersion(100, 'v');
+  const std::string created = "2024-01-01 10:00:00.123456789 +0000 (from the old store)";
+  for (const std::string& version : {std::string("3.0"), longVersion}) {
+    ConfigStoreObjectImpl impl(id, id, std::nullopt, CreateDocumentFromString("{}"), Nics(),
+                               version, created, "", 7, true, nullptr, nullptr);
+    EXPECT_EQ(impl.GetVersion(), version);
+    EXPECT_EQ(impl.GetCreationTime(), created);
+    EXPECT_EQ(impl.GetModifiedTime(), "");
+  }
+  ConfigStoreObjectImpl small(id, id, std::nullopt, CreateDocumentFromString("{}"), Nics(), "1",
+                              "2024-01-01 10:00:00", "2024-02-02 11:00:00", 7, true, nullptr,
+                              nullptr);
+  EXPECT_EQ(small.GetVersion(), "1");
+  EXPECT_EQ(small.GetCreationTime(), "2024-01-01 10:00:00");
+  EXPECT_EQ(small.GetModifiedTime(), "2024-02-02 11:00:00");
+}
+
 TEST(ConfigStoreObjectTest, DataIsSharedNotCopied) {
   auto data = CreateDocumentFromString(R"({"servers":["a"]})");
   ConfigStoreObjectId id("dns", "g", "c");
