@@ -30,6 +30,7 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(
       revision_(revision),
       deriveFromSchema_(deriveFromSchema),
       index_(index) {
+  // Held to the end: version may come to point into the schema's text.
   std::shared_ptr<CorvSchemaStore::SchemaObject> keySchema = schema;
   if (deriveFromSchema_) {
     if (!keySchema) {
