@@ -27,7 +27,8 @@ class BulkReadsTest : public RowsTest {
   static std::vector<std::string> Rows(const ConfigRows& rows) {
     std::vector<std::string> out;
     for (const ConfigRow& row : rows)
-      out.push_back(row.name + "/" + row.identifier + "=" + LayerOf(row, Layer::kValue).value_or(""));
+      out.push_back(row.name + "/" + row.identifier + "=" +
+                    LayerOf(row, Layer::kValue).value_or(""));
     std::sort(out.begin(), out.end());
     return out;
   }

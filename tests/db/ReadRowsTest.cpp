@@ -308,7 +308,8 @@ TEST_F(ReadRowsTest, EachRowOfAReadStartsEmpty) {
         {Layer::kUser, "user"},       {Layer::kDesired, "desired"}, {Layer::kAutoConf, "auto"},
         {Layer::kVital, "vital"},     {Layer::kCached, "cached"},   {Layer::kValue, "value"}};
     for (const auto& layer : layers)
-      if (row.Has(layer.first)) text += std::string(" ") + layer.second + "=" + *row.Get(layer.first);
+      if (row.Has(layer.first))
+        text += std::string(" ") + layer.second + "=" + *row.Get(layer.first);
     return text;
   };
   ASSERT_EQ(2u, seen.size());
