@@ -31,8 +31,10 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(
       deriveFromSchema_(deriveFromSchema),
       index_(index) {
   // Held to the end: version may come to point into the schema's text.
-  std::shared_ptr<CorvSchemaStore::SchemaObject> keySchema = schema;
+  // Only an object that derives from its schema needs one.
+  std::shared_ptr<CorvSchemaStore::SchemaObject> keySchema;
   if (deriveFromSchema_) {
+    keySchema = schema;
     if (!keySchema) {
       std::shared_ptr<CorvSchemaStore::SchemaStore> store =
           CorvSchemaStore::SchemaStore::GetStore();
