@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace CorvConfigStore {
 
@@ -20,45 +21,46 @@ void ThrowJsonAssertion(const char* file, int line, const char* expression) {
 
 namespace {
 
-// Forwards parse events to the document and refuses nesting beyond the
-// limit.
+// Forwards parse events to sink (a document, or an OutlineSink) and refuses
+// nesting beyond the limit.
+template <typename Sink>
 class DepthLimitedHandler {
  public:
-  explicit DepthLimitedHandler(JsonDocument& document) : document_(document) {}
+  explicit DepthLimitedHandler(Sink& sink) : sink_(sink) {}
 
-  bool Null() { return document_.Null(); }
-  bool Bool(bool b) { return document_.Bool(b); }
-  bool Int(int i) { return document_.Int(i); }
-  bool Uint(unsigned u) { return document_.Uint(u); }
-  bool Int64(int64_t i) { return document_.Int64(i); }
-  bool Uint64(uint64_t u) { return document_.Uint64(u); }
+  bool Null() { return sink_.Null(); }
+  bool Bool(bool b) { return sink_.Bool(b); }
+  bool Int(int i) { return sink_.Int(i); }
+  bool Uint(unsigned u) { return sink_.Uint(u); }
+  bool Int64(int64_t i) { return sink_.Int64(i); }
+  bool Uint64(uint64_t u) { return sink_.Uint64(u); }
   // The reader checks the exponent but not what the digits before it add,
   // so "184467440737095516e300" reaches here as infinity: JSON has no text
   // for it, and a document holding it could not be written out whole.
   bool Double(double d) {
     if (!std::isfinite(d)) tooBig_ = true;
-    return !tooBig_ && document_.Double(d);
+    return !tooBig_ && sink_.Double(d);
   }
   bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) {
-    return document_.RawNumber(s, n, copy);
+    return sink_.RawNumber(s, n, copy);
   }
   // Strings are copied into the document whatever the reader says: one read
   // in place hands over strings that live in a scratch copy of the text.
   bool String(const char* s, rapidjson::SizeType n, bool) {
-    return Utf8(s, n) && document_.String(s, n, true);
+    return Utf8(s, n) && sink_.String(s, n, true);
   }
   bool Key(const char* s, rapidjson::SizeType n, bool) {
-    return Utf8(s, n) && document_.Key(s, n, true);
+    return Utf8(s, n) && sink_.Key(s, n, true);
   }
-  bool StartObject() { return Enter() && document_.StartObject(); }
+  bool StartObject() { return Enter() && sink_.StartObject(); }
   bool EndObject(rapidjson::SizeType n) {
     --depth_;
-    return document_.EndObject(n);
+    return sink_.EndObject(n);
   }
-  bool StartArray() { return Enter() && document_.StartArray(); }
+  bool StartArray() { return Enter() && sink_.StartArray(); }
   bool EndArray(rapidjson::SizeType n) {
     --depth_;
-    return document_.EndArray(n);
+    return sink_.EndArray(n);
   }
 
   bool TooDeep() const { return tooDeep_; }
@@ -80,7 +82,7 @@ class DepthLimitedHandler {
     return !tooDeep_;
   }
 
-  JsonDocument& document_;
+  Sink& sink_;
   int depth_ = 0;
   bool tooDeep_ = false;
   bool badText_ = false;
@@ -138,23 +140,86 @@ bool Run(rapidjson::Reader& reader, const char* text, size_t length, Handler& ha
   return true;
 }
 
-// Reads text into document with the reader's flags, and says why it is
-// refused when it is.
-template <unsigned kFlags>
-bool Read(const char* text, size_t length, JsonDocument& document, std::string* error) {
+// Takes the reader's events in place of a document, for CheckJson: notes
+// whether the value is an object and what the object's first member of the
+// name asked for holds.
+class OutlineSink : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, OutlineSink> {
+ public:
+  explicit OutlineSink(JsonOutline& outline) : outline_(outline) {}
+
+  // Every scalar but a string.
+  bool Default() {
+    Value();
+    return true;
+  }
+  bool String(const char* s, rapidjson::SizeType n, bool) {
+    if (atMember_) outline_.holdsExpected = std::string_view(s, n) == outline_.expected;
+    Value();
+    return true;
+  }
+  bool Key(const char* s, rapidjson::SizeType n, bool) {
+    if (depth_ == 1 && !memberSeen_ && std::string_view(s, n) == outline_.member)
+      memberSeen_ = atMember_ = true;
+    return true;
+  }
+  bool StartObject() {
+    if (!started_) outline_.isObject = true;
+    return Enter();
+  }
+  bool EndObject(rapidjson::SizeType) { return Leave(); }
+  bool StartArray() { return Enter(); }
+  bool EndArray(rapidjson::SizeType) { return Leave(); }
+
+ private:
+  void Value() {
+    started_ = true;
+    atMember_ = false;
+  }
+  bool Enter() {
+    Value();
+    ++depth_;
+    return true;
+  }
+  bool Leave() {
+    --depth_;
+    return true;
+  }
+
+  JsonOutline& outline_;
+  int depth_ = 0;
+  bool started_ = false;
+  bool memberSeen_ = false;
+  // The next value is the first member of the name asked for.
+  bool atMember_ = false;
+};
+
+// Hands the reader's events to sink: a document takes the value they build
+// as its root; an outline only watches them.
+template <typename Generate>
+void Populate(JsonDocument& document, Generate& generate) {
+  document.SetNull();
+  document.Populate(generate);
+}
+template <typename Generate>
+void Populate(OutlineSink& sink, Generate& generate) {
+  generate(sink);
+}
+
+// Reads text into sink with the reader's flags, and says why it is refused
+// when it is.
+template <unsigned kFlags, typename Sink>
+bool Read(const char* text, size_t length, Sink& sink, std::string* error) {
   rapidjson::Reader reader(&gBlocks);
-  DepthLimitedHandler handler(document);
+  DepthLimitedHandler<Sink> handler(sink);
   // The reader takes a NUL byte for the end of the text, so whatever
   // follows a NUL after the value would pass unseen: it is refused here,
   // as any other text after the value.
   size_t end = length;
-  auto generate = [&](JsonDocument&) {
+  auto generate = [&](Sink&) {
     return Run<kFlags>(reader, text, length, handler, &end) && end == length;
   };
-  document.SetNull();
-  document.Populate(generate);
+  Populate(sink, generate);
   if (!reader.HasParseError() && end == length) return true;
-  document.SetNull();
   if (error != nullptr) {
     std::string reason;
     size_t offset = reader.GetErrorOffset();
@@ -177,6 +242,27 @@ bool Read(const char* text, size_t length, JsonDocument& document, std::string* 
   return false;
 }
 
+// The fast reader: recursive, reading a copy of the text in place (see
+// Run), and leaving the check of the text's bytes to the handler, which
+// checks each string whole (most are ASCII, which it checks eight bytes at
+// a time). It recurses once per level of nesting, which the handler stops
+// at kMaxJsonDepth, so the stack it takes is bounded. Text that is not
+// UTF-8 is refused, so no document holds bytes that would make the text
+// written from it invalid JSON.
+//
+// The iterative reader that checks the bytes names the faults as the
+// library always has (a lone "}" is "The document is empty.", where the
+// recursive one says "Invalid value."; a bad byte is "Invalid encoding in
+// string." at its offset): refused text is read again by it to say why.
+template <typename Sink>
+bool Accept(const char* text, size_t length, Sink& sink, std::string* error) {
+  if (Read<rapidjson::kParseInsituFlag>(text, length, sink, nullptr)) return true;
+  if (error != nullptr)
+    Read<rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag>(text, length,
+                                                                                 sink, error);
+  return false;
+}
+
 }  // namespace
 
 std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
@@ -184,22 +270,18 @@ std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
 }
 
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
-  // The fast reader: recursive, reading a copy of the text in place (see
-  // Run), and leaving the check of the text's bytes to the handler, which
-  // checks each string whole (most are ASCII, which it checks eight bytes
-  // at a time). It recurses once per level of nesting, which the handler
-  // stops at kMaxJsonDepth, so the stack it takes is bounded. Text that is
-  // not UTF-8 is refused, so no document holds bytes that would make the
-  // text written from it invalid JSON.
-  if (Read<rapidjson::kParseInsituFlag>(text, length, document, nullptr)) return true;
-  // The iterative reader that checks the bytes names the faults as the
-  // library always has (a lone "}" is "The document is empty.", where the
-  // recursive one says "Invalid value."; a bad byte is "Invalid encoding in
-  // string." at its offset): refused text is read again by it to say why.
-  if (error != nullptr)
-    Read<rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag>(text, length,
-                                                                                 document, error);
+  if (Accept(text, length, document, error)) return true;
   document.SetNull();
+  return false;
+}
+
+bool CheckJson(const char* text, size_t length, JsonOutline& outline, std::string* error) {
+  outline.isObject = false;
+  outline.holdsExpected = false;
+  OutlineSink sink(outline);
+  if (Accept(text, length, sink, error)) return true;
+  outline.isObject = false;
+  outline.holdsExpected = false;
   return false;
 }
 

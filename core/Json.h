@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/pointer.h>
@@ -40,6 +41,22 @@ inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 64; }
 // leaves the document null and describes the fault in *error ("<reason> at
 // offset N").
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error);
+
+// What CheckJson tells of a value without building it.
+struct JsonOutline {
+  // Asked: a member of the value, when it is an object, and the string it
+  // is expected to hold.
+  std::string_view member;
+  std::string_view expected;
+  // Told: the value is a JSON object, and its first member named member is
+  // the string expected.
+  bool isObject = false;
+  bool holdsExpected = false;
+};
+
+// Reads text as ParseJson does, accepting and refusing the same texts with
+// the same *error, but builds nothing: it fills in what outline asks.
+bool CheckJson(const char* text, size_t length, JsonOutline& outline, std::string* error);
 
 // True when the length bytes of text are valid UTF-8, the only text a JSON
 // value may hold.

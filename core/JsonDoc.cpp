@@ -3,9 +3,11 @@
 
 #include <corvconfigstore/Logger.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <thread>
 
 #include "core/Throw.h"
 #include "core/ConfigStoreDocument.h"
@@ -13,11 +15,49 @@
 namespace CorvConfigStore {
 
 JsonDoc::JsonDoc(std::shared_ptr<JsonDocument> document, std::vector<JsonNode> path)
-    : document_(std::move(document)), path_(std::move(path)) {}
+    : document_(std::move(document)),
+      path_(path.empty() ? nullptr
+                         : std::make_unique<const std::vector<JsonNode>>(std::move(path))) {}
+
+JsonDoc::JsonDoc(std::string_view checkedText)
+    : text_(std::make_unique<char[]>(checkedText.size())),
+      length_(static_cast<uint32_t>(checkedText.size())),
+      state_(kDeferred) {
+  if (length_ != checkedText.size()) ThrowGeneral("JSON text too long.");
+  std::copy(checkedText.begin(), checkedText.end(), text_.get());
+}
+
+void JsonDoc::Parse() const {
+  for (uint32_t state = kDeferred;
+       !state_.compare_exchange_weak(state, kParsing, std::memory_order_acquire);
+       state = kDeferred) {
+    if (state == kParsed) return;
+    std::this_thread::yield();
+  }
+  try {
+    auto document = NewJsonDocument(ParsedDocumentBytes(length_));
+    std::string error;
+    // The text was checked when it was read: only memory can run out here.
+    if (!ParseJson(text_.get(), length_, *document, &error)) {
+      ThrowException<ConfigStoreException>(CS_ERR_JSON_PARSE, error.c_str());
+    }
+    document_ = std::move(document);
+  } catch (...) {
+    state_.store(kDeferred, std::memory_order_release);
+    throw;
+  }
+  text_.reset();
+  state_.store(kParsed, std::memory_order_release);
+}
+
+const std::vector<JsonNode>& JsonDoc::GetPath() const {
+  static const std::vector<JsonNode> kRoot;
+  return path_ ? *path_ : kRoot;
+}
 
 JsonValue* JsonDoc::GetJsonValuePtr() const {
-  JsonValue* current = document_.get();
-  for (const JsonNode& step : path_) {
+  JsonValue* current = GetDocument().get();
+  for (const JsonNode& step : GetPath()) {
     if (!ConfigStoreDocument::ValueExists(*current, step.name.c_str())) {
       CSLogger::Log(0, "Cannot find subobject %s", step.name.c_str());
       ThrowGeneral("Subobject does not exists.");
@@ -43,9 +83,9 @@ JsonValue* JsonDoc::GetJsonValuePtr() const {
 }
 
 std::shared_ptr<JsonDoc> JsonDoc::Extend(JsonNode step) const {
-  std::vector<JsonNode> path = path_;
+  std::vector<JsonNode> path = GetPath();
   path.push_back(std::move(step));
-  return std::make_shared<JsonDoc>(document_, std::move(path));
+  return std::make_shared<JsonDoc>(GetDocument(), std::move(path));
 }
 
 std::shared_ptr<JsonDoc> CreateDocument() {

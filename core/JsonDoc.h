@@ -2,9 +2,12 @@
 // the value a top-level object or sub-object stands for.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/GeneratedId.h"
@@ -26,6 +29,12 @@ struct JsonNode {
 class JsonDoc {
  public:
   JsonDoc(std::shared_ptr<JsonDocument> document, std::vector<JsonNode> path = {});
+  // A handle on a copy of text, which CheckJson has accepted, parsed into a
+  // document of its own on first use. Text is the most compact form of a
+  // value: a result of many objects that are held but not all read keeps
+  // little more than their texts. The first use may come from any thread,
+  // and from several at once: one parses, the others wait for it.
+  explicit JsonDoc(std::string_view checkedText);
   JsonDoc(const JsonDoc&) = delete;
   JsonDoc& operator=(const JsonDoc&) = delete;
 
@@ -38,13 +47,28 @@ class JsonDoc {
   // A handle on the same document whose path extends this one by a step.
   std::shared_ptr<JsonDoc> Extend(JsonNode step) const;
 
-  const std::shared_ptr<JsonDocument>& GetDocument() const { return document_; }
-  JsonAllocator& GetAllocator() const { return document_->GetAllocator(); }
-  const std::vector<JsonNode>& GetPath() const { return path_; }
+  const std::shared_ptr<JsonDocument>& GetDocument() const {
+    if (state_.load(std::memory_order_acquire) != kParsed) Parse();
+    return document_;
+  }
+  JsonAllocator& GetAllocator() const { return GetDocument()->GetAllocator(); }
+  const std::vector<JsonNode>& GetPath() const;
+  // True while the handle holds text not parsed yet.
+  bool IsDeferred() const { return state_.load(std::memory_order_acquire) != kParsed; }
 
  private:
-  std::shared_ptr<JsonDocument> document_;
-  std::vector<JsonNode> path_;
+  enum State : uint32_t { kParsed, kDeferred, kParsing };
+
+  // Parses the text into the document, once, whichever thread comes first.
+  void Parse() const;
+
+  mutable std::shared_ptr<JsonDocument> document_;
+  // Null for the root, which most handles stand for: an empty vector would
+  // take three words of every handle.
+  std::unique_ptr<const std::vector<JsonNode>> path_;
+  mutable std::unique_ptr<char[]> text_;
+  uint32_t length_ = 0;
+  mutable std::atomic<uint32_t> state_{kParsed};
 };
 
 // A new document whose root is null, with an empty path.

@@ -11,6 +11,8 @@
 #include "core/Json.h"
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
+#include "object/SchemaDerived.h"
+#include "schema/SchemaStore.h"
 #include "core/JsonDoc.h"
 #include "sqlite/DBError.h"
 
@@ -253,17 +255,33 @@ void ForEachInstanceRow(const Connection& conn, const DBStore::SqlStatement& sta
   VisitRows(conn, statement, KeyParams(id), ReadInstancesFailed(id), visit);
 }
 
+namespace {
+
+[[noreturn]] void ThrowNotAnObject(const ConfigStoreObjectId& id, Layer layer,
+                                   const std::string& error) {
+  std::string reason = error.empty() ? "not a JSON object" : error;
+  std::string message = "JSON error: column " + std::string(LayerColumn(layer)) + " of " +
+                        id.toString() + " does not hold a JSON object: " + reason;
+  throw ConfigStoreException(CS_ERR_JSON, message.c_str());
+}
+
+ObjectPtr NewLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                         const ConfigRow& row, const std::shared_ptr<JsonDoc>& data) {
+  auto impl = std::make_shared<ConfigStoreObjectImpl>(
+      id, id, std::nullopt, data, schema, row.version, row.creationTime, row.modifiedTime,
+      row.revision, true, nullptr, nullptr);
+  return std::make_shared<ConfigStoreObject>(impl);
+}
+
+}  // namespace
+
 std::shared_ptr<JsonDocument> ParseLayer(const ConfigStoreObjectId& id, const ConfigRow& row,
                                          Layer layer) {
   const std::string& text = *row.Get(layer);
   auto document = NewJsonDocument(ParsedDocumentBytes(text.size()));
   std::string error;
-  if (!ParseJson(text.data(), text.size(), *document, &error) || !document->IsObject()) {
-    std::string reason = error.empty() ? "not a JSON object" : error;
-    std::string message = "JSON error: column " + std::string(LayerColumn(layer)) + " of " +
-                          id.toString() + " does not hold a JSON object: " + reason;
-    throw ConfigStoreException(CS_ERR_JSON, message.c_str());
-  }
+  if (!ParseJson(text.data(), text.size(), *document, &error) || !document->IsObject())
+    ThrowNotAnObject(id, layer, error);
   return document;
 }
 
@@ -275,10 +293,27 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
 
 ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                           const ConfigRow& row, const std::shared_ptr<JsonDocument>& document) {
-  auto impl = std::make_shared<ConfigStoreObjectImpl>(
-      id, id, std::nullopt, std::make_shared<JsonDoc>(document), schema, row.version,
-      row.creationTime, row.modifiedTime, row.revision, true, nullptr, nullptr);
-  return std::make_shared<ConfigStoreObject>(impl);
+  return NewLayerObject(id, schema, row, std::make_shared<JsonDoc>(document));
+}
+
+ObjectPtr MakeDeferredLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                                  const ConfigRow& row, Layer layer) {
+  if (!row.Has(layer)) return nullptr;
+  if (!schema) return MakeLayerObject(id, schema, row, layer);
+  std::string idProperty;
+  const bool hasIdProperty =
+      FindInstanceIdProperty(schema->SharedInstanceIdMap().get(), id.key, &idProperty);
+  const std::string& text = *row.Get(layer);
+  JsonOutline outline;
+  outline.member = idProperty;
+  outline.expected = id.instanceId;
+  std::string error;
+  if (!CheckJson(text.data(), text.size(), outline, &error) || !outline.isObject)
+    ThrowNotAnObject(id, layer, error);
+  // An object is made to hold its own instance id, which takes a parsed
+  // value: a stored value without it is parsed now.
+  if (hasIdProperty && !outline.holdsExpected) return MakeLayerObject(id, schema, row, layer);
+  return NewLayerObject(id, schema, row, std::make_shared<JsonDoc>(std::string_view(text)));
 }
 
 Layer RunTimeUserLayer(const ConfigRow& row, const OperationContext& context) {

@@ -150,6 +150,13 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
 // The same, for the column's JSON already parsed.
 ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                           const ConfigRow& row, const std::shared_ptr<JsonDocument>& document);
+// The same object, holding the column's text to parse on first use (see
+// JsonDoc): for results a caller may hold without reading every value. The
+// text is checked now, and refused as MakeLayerObject refuses it. A value
+// that does not hold the object's own instance id, or whose key has no
+// schema, is parsed now.
+ObjectPtr MakeDeferredLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
+                                  const ConfigRow& row, Layer layer);
 
 // The layer that holds a row's user value at run time: with an upgrade in
 // progress the desired value when present, else the user value; otherwise

@@ -2,6 +2,9 @@
 // member by member; lists of instances merge instance by instance.
 #include "db/MergeConfig.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "core/ConfigStoreDocument.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
@@ -38,13 +41,21 @@ bool IsFlat(const JsonValue& layer, const JsonDoc* idMap) {
 }  // namespace
 
 ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                         const ConfigRow& row, Layer main, Layer user) {
+                         const ConfigRow& row, Layer main, Layer user, Parse parse) {
+  const Layer layers[] = {Layer::kVital, Layer::kCached, main, user};
+  // A value of one layer needs no merge, so its parse can wait.
+  if (parse == Parse::kOnFirstUse &&
+      std::count_if(std::begin(layers), std::end(layers),
+                    [&row](Layer layer) { return row.Has(layer); }) == 1) {
+    for (Layer layer : layers)
+      if (row.Has(layer)) return MakeDeferredLayerObject(id, schema, row, layer);
+  }
   // The first layer the row has is the base. A layer that only sets plain
   // members is merged as UpdateConfigInternal would merge it, member by
   // member, without becoming an object of its own: that is most layers,
   // and it spares an object per layer on every read.
   ObjectPtr base;
-  for (Layer layer : {Layer::kVital, Layer::kCached, main, user}) {
+  for (Layer layer : layers) {
     if (!row.Has(layer)) continue;
     if (!base) {
       base = MakeLayerObject(id, schema, row, layer);

@@ -11,9 +11,14 @@ namespace CorvConfigStore {
 // and when all are empty the result is empty.
 ObjectPtr MergeConfig(ObjectPtr base, const ObjectPtr& a, const ObjectPtr& b, const ObjectPtr& c);
 
+// When the value of an object read from a row is parsed: now, or, for an
+// object made from a single layer, on first use (MakeDeferredLayerObject).
+enum class Parse { kNow, kOnFirstUse };
+
 // The object of one row: the vital layer as base, then the cached layer,
 // main and user (either may be Layer::kNone) merged over it.
 ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                         const ConfigRow& row, Layer main, Layer user);
+                         const ConfigRow& row, Layer main, Layer user,
+                         Parse parse = Parse::kNow);
 
 }  // namespace CorvConfigStore

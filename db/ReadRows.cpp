@@ -19,8 +19,26 @@ Layer CallerLayer(const ConfigRow& row, USERDATA_CONTEXT context, bool duringBoo
 }
 
 ObjectPtr MergeCurrent(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                       const ConfigRow& row, const OperationContext& op) {
-  return MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op));
+                       const ConfigRow& row, const OperationContext& op,
+                       Parse parse = Parse::kNow) {
+  return MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op), parse);
+}
+
+void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
+                          const Connection& conn, const SchemaPtr& schema,
+                          const OperationContext& op, Parse parse,
+                          const std::function<void(const ObjectPtr&)>& visit) {
+  const ConfigStoreObjectId& id = filter->GetConfigStoreObjectId();
+  auto offer = [&](const ObjectPtr& object) {
+    if (object && ObjectMatchesFilter(*object, filter)) visit(object);
+  };
+  if (!id.instanceId.empty()) {
+    offer(GetInternal(id, conn, schema, op));
+    return;
+  }
+  ForEachInstanceRow(conn, GET_INSTANCES, id, [&](const ConfigRow& row) {
+    offer(MergeCurrent(WithInstanceId(id, row.identifier), schema, row, op, parse));
+  });
 }
 
 }  // namespace
@@ -57,9 +75,11 @@ ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& f
                                       const Connection& conn, const SchemaPtr& schema,
                                       const OperationContext& op) {
   if (IsNull(filter, "GetConfigInstancesInternal")) return {};
+  // The caller holds the whole list, and may read few of its values: each
+  // value of one layer keeps its text until first used.
   ObjectList objects;
-  ForEachConfigInstance(filter, conn, schema, op,
-                        [&objects](const ObjectPtr& object) { objects.push_back(object); });
+  VisitConfigInstances(filter, conn, schema, op, Parse::kOnFirstUse,
+                       [&objects](const ObjectPtr& object) { objects.push_back(object); });
   return objects;
 }
 
@@ -67,17 +87,7 @@ void ForEachConfigInstance(const std::shared_ptr<FilterSpecObject>& filter,
                            const Connection& conn, const SchemaPtr& schema,
                            const OperationContext& op,
                            const std::function<void(const ObjectPtr&)>& visit) {
-  const ConfigStoreObjectId& id = filter->GetConfigStoreObjectId();
-  auto offer = [&](const ObjectPtr& object) {
-    if (object && ObjectMatchesFilter(*object, filter)) visit(object);
-  };
-  if (!id.instanceId.empty()) {
-    offer(GetInternal(id, conn, schema, op));
-    return;
-  }
-  ForEachInstanceRow(conn, GET_INSTANCES, id, [&](const ConfigRow& row) {
-    offer(MergeCurrent(WithInstanceId(id, row.identifier), schema, row, op));
-  });
+  VisitConfigInstances(filter, conn, schema, op, Parse::kNow, visit);
 }
 
 std::vector<std::string> GetInstanceIdsInternal(const ConfigStoreObjectId& id,

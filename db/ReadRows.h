@@ -36,7 +36,8 @@ StoredObject GetForUpdateInternal(const ConfigStoreObjectId& id, const SchemaPtr
 
 // Every instance of the filter's object built as in GetInternal (only the
 // one its identifier names, when it names one), narrowed by the filter's
-// value.
+// value. An object of one stored layer keeps its text until first used
+// (MakeDeferredLayerObject).
 ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
                                       const Connection& conn, const SchemaPtr& schema,
                                       const OperationContext& op);

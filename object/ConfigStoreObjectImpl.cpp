@@ -71,7 +71,9 @@ ConfigStoreObjectImpl::ConfigStoreObjectImpl(
   modifiedAt_ = static_cast<uint32_t>(end - stamps);
   end = std::copy(modifiedTime.begin(), modifiedTime.end(), end);
   stampsEnd_ = static_cast<uint32_t>(end - stamps);
-  SetInstanceIdFromCsoId();
+  // A value still to be parsed was read from the store, whose reader made
+  // sure it holds its instance id.
+  if (!doc_->IsDeferred()) SetInstanceIdFromCsoId();
 }
 
 ConfigStoreObjectImpl::~ConfigStoreObjectImpl() = default;
@@ -90,12 +92,7 @@ const JsonValue* ConfigStoreObjectImpl::GetValuePtrDefault(const char* key,
 }
 
 bool ConfigStoreObjectImpl::FindIdProperty(const std::string& key, std::string* idProp) const {
-  if (!idMap_) return false;
-  const JsonValue* map = idMap_->GetJsonValuePtr();
-  if (!ConfigStoreDocument::ValueExists(*map, key.c_str())) return false;
-  const JsonValue& property = (*map)[key.c_str()];
-  idProp->assign(property.GetString(), property.GetStringLength());
-  return true;
+  return FindInstanceIdProperty(idMap_.get(), key, idProp);
 }
 
 void ConfigStoreObjectImpl::SetInstanceIdFromCsoId() {

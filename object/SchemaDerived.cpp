@@ -3,6 +3,7 @@
 
 #include <corvconfigstore/Logger.h>
 
+#include "core/ConfigStoreDocument.h"
 #include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
@@ -14,6 +15,15 @@ std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
     return nullptr;
   }
   return schema->SharedInstanceIdMap();
+}
+
+bool FindInstanceIdProperty(const JsonDoc* idMap, const std::string& key, std::string* property) {
+  if (idMap == nullptr) return false;
+  const JsonValue* map = idMap->GetJsonValuePtr();
+  if (!ConfigStoreDocument::ValueExists(*map, key.c_str())) return false;
+  const JsonValue& found = (*map)[key.c_str()];
+  property->assign(found.GetString(), found.GetStringLength());
+  return true;
 }
 
 std::shared_ptr<JsonDoc> GetDefaultsFromSchema(

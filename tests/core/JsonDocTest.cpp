@@ -3,6 +3,11 @@
 #include <corvconfigstore/Exceptions.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
+
 #include "core/Json.h"
 #include "core/JsonDoc.h"
 #include "support/LogCapture.h"
@@ -231,6 +236,56 @@ TEST(JsonDocPathTest, ElementWithoutIdPropertyIsJsonError) {
   auto numeric = CreateDocumentFromString(R"({"nics":[{"name":5}]})")->Extend(
       {"nics", "name", "5", std::nullopt});
   EXPECT_EQ(CodeOf([&] { numeric->GetJsonValuePtr(); }), 1082);
+}
+
+// A handle on checked text parses it on first use, whichever use comes
+// first, into a document of its own; the text is a copy.
+TEST(DeferredJsonDocTest, ParsesOnFirstUse) {
+  std::string text = R"({"nics":[{"name":"a","mtu":1}],"dns":{"x":1}})";
+  auto value = std::make_shared<JsonDoc>(std::string_view(text));
+  text.assign(text.size(), ' ');
+  EXPECT_TRUE(value->IsDeferred());
+  EXPECT_TRUE(value->GetPath().empty());
+  EXPECT_TRUE(value->IsDeferred());
+  EXPECT_EQ(Text(*value->GetJsonValuePtr()), R"({"nics":[{"name":"a","mtu":1}],"dns":{"x":1}})");
+  EXPECT_FALSE(value->IsDeferred());
+
+  const std::vector<std::function<void(const JsonDoc&)>> uses = {
+      [](const JsonDoc& doc) { doc.GetAllocator(); },
+      [](const JsonDoc& doc) {
+        EXPECT_EQ(Text(*doc.Extend({"nics", "name", "a", 0})->GetJsonValuePtr()),
+                  R"({"name":"a","mtu":1})");
+      },
+      [](const JsonDoc& doc) { EXPECT_TRUE(doc.GetDocument()->IsObject()); }};
+  for (const std::function<void(const JsonDoc&)>& use : uses) {
+    JsonDoc doc(R"({"nics":[{"name":"a","mtu":1}]})");
+    use(doc);
+    EXPECT_FALSE(doc.IsDeferred());
+    EXPECT_EQ(Text(*doc.GetJsonValuePtr()), R"({"nics":[{"name":"a","mtu":1}]})");
+  }
+}
+
+// Threads that use one deferred handle at once all see the one document one
+// of them parsed.
+TEST(DeferredJsonDocTest, ThreadsUsingItAtOnceShareOneParse) {
+  for (int round = 0; round < 50; ++round) {
+    JsonDoc doc(R"({"a":[1,2,3],"b":{"c":"d"}})");
+    std::atomic<bool> go{false};
+    std::vector<const JsonValue*> seen(4, nullptr);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < seen.size(); ++i) {
+      threads.emplace_back([&, i] {
+        while (!go.load()) std::this_thread::yield();
+        seen[i] = doc.GetJsonValuePtr();
+      });
+    }
+    go.store(true);
+    for (std::thread& thread : threads) thread.join();
+    for (const JsonValue* value : seen) {
+      EXPECT_EQ(value, seen[0]);
+      EXPECT_EQ(Text(*value), R"({"a":[1,2,3],"b":{"c":"d"}})");
+    }
+  }
 }
 
 TEST(ClearGeneratedInstanceIdTest, RemovesAtEveryDepthKeepingOrder) {

@@ -261,6 +261,114 @@ TEST_F(ReadRowsTest, InstancesAreReadEachAsGetInternalThenFiltered) {
             (std::vector<std::string>{"eth0", "eth1", "eth2"}));
 }
 
+// An instance of one stored layer keeps its text until first used; one of
+// several layers is merged, so parsed, at once, and so is every instance a
+// visit hands over.
+TEST_F(ReadRowsTest, InstancesOfOneLayerAreParsedOnFirstUse) {
+  InsertRow(Id("iface", "net", "eth0"), "Success, UserValue, VitalValue",
+            R"(1, '{"name":"eth0","mtu":1500}', '{"name":"eth0","speed":10}')");
+  InsertRow(Id("iface", "net", "eth1"), "Success, UserValue, Revision",
+            R"(1, '{"name":"eth1","mtu":9000}', 4)");
+  SchemaPtr schema = Schema(Id("iface", "net"));
+  auto deferred = [](const ObjectPtr& object) { return ImplOf(object).GetDoc()->IsDeferred(); };
+
+  ObjectList all =
+      GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema, OperationContext());
+  ASSERT_EQ(Ids(all), (std::vector<std::string>{"eth0", "eth1"}));
+  EXPECT_FALSE(deferred(all[0]));
+  ASSERT_TRUE(deferred(all[1]));
+  EXPECT_EQ(all[1]->GetRevision(), 4);
+  EXPECT_EQ(all[1]->GetVersion(), "1.0");
+  EXPECT_TRUE(deferred(all[1]));
+  int mtu = 0;
+  all[1]->GetValue("mtu", &mtu);
+  EXPECT_EQ(mtu, 9000);
+  EXPECT_FALSE(deferred(all[1]));
+  EXPECT_EQ(Json(all[1]), R"({"name":"eth1","mtu":9000})");
+
+  // A filter on the value reads it.
+  ObjectList matching = GetConfigInstancesInternal(Filter(Id("iface", "net"), R"({"mtu":9000})"),
+                                                   conn_, schema, OperationContext());
+  ASSERT_EQ(Ids(matching), (std::vector<std::string>{"eth1"}));
+  EXPECT_FALSE(deferred(matching[0]));
+
+  std::vector<bool> visited;
+  ForEachConfigInstance(Filter(Id("iface", "net")), conn_, schema, OperationContext(),
+                        [&](const ObjectPtr& object) { visited.push_back(deferred(object)); });
+  EXPECT_EQ(visited, (std::vector<bool>{false, false}));
+}
+
+// An instance read with its parse deferred reads as one parsed at once,
+// whatever its stored value holds of its instance id: one that does not
+// hold its own id first is parsed at once, to be given it.
+TEST_F(ReadRowsTest, DeferredInstancesReadAsParsedOnes) {
+  struct Case {
+    const char* value;  // "X" stands for the instance id
+    bool deferred;
+  };
+  const std::vector<Case> cases = {
+      {R"({"name":"X","mtu":1})", true},
+      {R"( {"mtu" : 1 , "name" : "X" } )", true},
+      {R"({"name":"X","name":"other"})", true},
+      {R"({"mtu":1})", false},
+      {R"({"name":"other","mtu":1})", false},
+      {R"({"name":null,"mtu":1})", false},
+      {R"({"name":7})", false},
+      {R"({"name":"other","name":"X"})", false},
+      {R"({"sub":{"name":"X"}})", false},
+      {R"({})", false},
+  };
+  SchemaPtr schema = Schema(Id("iface", "net"));
+  for (size_t i = 0; i < cases.size(); ++i) {
+    const std::string instance = "if" + std::to_string(i);
+    std::string value = cases[i].value;
+    for (size_t at = value.find('X'); at != std::string::npos; at = value.find('X'))
+      value.replace(at, 1, instance);
+    ASSERT_EQ(Exec("DELETE FROM Config"), "");
+    InsertRow(Id("iface", "net", instance.c_str()), "Success, UserValue", "1, '" + value + "'");
+    ObjectList read =
+        GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema, OperationContext());
+    ASSERT_EQ(read.size(), 1u) << value;
+    EXPECT_EQ(ImplOf(read[0]).GetDoc()->IsDeferred(), cases[i].deferred) << value;
+    ObjectPtr parsed =
+        GetInternal(Id("iface", "net", instance.c_str()), conn_, schema, OperationContext());
+    ASSERT_FALSE(ImplOf(parsed).GetDoc()->IsDeferred());
+    EXPECT_EQ(Json(read[0]), Json(parsed)) << value;
+  }
+}
+
+// Stored text that is not one JSON object is refused when the instances are
+// read, as a read of the one instance refuses it.
+TEST_F(ReadRowsTest, DeferredInstanceThatIsNotAnObjectIsRefusedAtRead) {
+  SchemaPtr schema = Schema(Id("iface", "net"));
+  for (const char* value : {"not json", "[1]", R"({"name":"e"} x)", R"({"name":"e")"}) {
+    ASSERT_EQ(Exec("DELETE FROM Config"), "");
+    InsertRow(Id("iface", "net", "e"), "Success, UserValue",
+              std::string("1, '") + value + "'");
+    std::string single;
+    try {
+      GetInternal(Id("iface", "net", "e"), conn_, schema, OperationContext());
+    } catch (const ConfigStoreException& e) {
+      single = e.what();
+    }
+    ASSERT_FALSE(single.empty()) << value;
+    EXPECT_TRUE(Throws(
+        [&] {
+          GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema,
+                                     OperationContext());
+        },
+        1082, single))
+        << value;
+  }
+  EXPECT_TRUE(Throws(
+      [&] {
+        GetConfigInstancesInternal(Filter(Id("iface", "net")), conn_, schema, OperationContext());
+      },
+      1082,
+      "JSON error: column UserValue of comp corv grp net key iface id e does not hold a JSON "
+      "object: Missing a comma or '}' after an object member. at offset 11"));
+}
+
 TEST_F(ReadRowsTest, CurrentConfigIsAutoConfigurationWithConfirmedUserValue) {
   ConfigStoreObjectId id = Id("dns", "net");
   InsertLayeredRow("1");

@@ -1,5 +1,6 @@
 // Fuzz target: JSON text through the parser every input of the library
-// goes through (ParseJson, and CreateDocumentFromString above it). Text
+// goes through (ParseJson, and CreateDocumentFromString above it), and
+// through the check that reads stored text without building it. Text
 // that is accepted must write out as UTF-8 text that is accepted again;
 // text that is refused must come with a reason (and code 1080 from the
 // document helper).
@@ -26,6 +27,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::shared_ptr<JsonDocument> document = NewJsonDocument(ParsedDocumentBytes(size));
   std::string reason;
   const bool accepted = ParseJson(text.data(), text.size(), *document, &reason);
+
+  // Checking the text without building it agrees with the parser.
+  JsonOutline outline;
+  outline.member = "id";
+  std::string checkReason;
+  if (CheckJson(text.data(), text.size(), outline, &checkReason) != accepted ||
+      checkReason != reason || outline.isObject != document->IsObject())
+    CorvFuzz::Fail("CheckJson disagrees with ParseJson: " + checkReason + " / " + reason);
 
   // The document helper agrees with the parser.
   try {
