@@ -1,4 +1,5 @@
-// The rapidjson assertion hook, depth-limited parsing and serialisation.
+// The rapidjson assertion hook, depth-limited parsing, checking and copying
+// of JSON text, and serialisation.
 #include "core/Json.h"
 
 #include <corvconfigstore/Exceptions.h>
@@ -6,10 +7,13 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
+#include <bitset>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+
+#include "core/GeneratedId.h"
 
 namespace CorvConfigStore {
 
@@ -193,15 +197,98 @@ class OutlineSink : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Outli
   bool atMember_ = false;
 };
 
+// Takes the reader's events in place of a document, for
+// CopyJsonWithoutGeneratedIds: writes them on, but for the first
+// "cs_generated_id" member of each object, name and value; an outline
+// watches them all.
+class CopySink {
+ public:
+  CopySink(JsonOutline& outline, JsonWriter& out) : outline_(outline), out_(out) {}
+
+  bool Null() { return outline_.Null() && (Skip() || out_.Null()); }
+  bool Bool(bool b) { return outline_.Bool(b) && (Skip() || out_.Bool(b)); }
+  bool Int(int i) { return outline_.Int(i) && (Skip() || out_.Int(i)); }
+  bool Uint(unsigned u) { return outline_.Uint(u) && (Skip() || out_.Uint(u)); }
+  bool Int64(int64_t i) { return outline_.Int64(i) && (Skip() || out_.Int64(i)); }
+  bool Uint64(uint64_t u) { return outline_.Uint64(u) && (Skip() || out_.Uint64(u)); }
+  bool Double(double d) { return outline_.Double(d) && (Skip() || out_.Double(d)); }
+  bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) {
+    return outline_.RawNumber(s, n, copy) && (Skip() || out_.RawNumber(s, n, copy));
+  }
+  bool String(const char* s, rapidjson::SizeType n, bool copy) {
+    return outline_.String(s, n, copy) && (Skip() || out_.String(s, n, copy));
+  }
+  bool Key(const char* s, rapidjson::SizeType n, bool copy) {
+    if (!outline_.Key(s, n, copy)) return false;
+    if (skipped_ > 0) return true;
+    if (!dropped_[depth_] && std::string_view(s, n) == kGeneratedIdProperty) {
+      dropped_[depth_] = true;
+      skipNext_ = true;
+      return true;
+    }
+    return out_.Key(s, n, copy);
+  }
+  bool StartObject() {
+    if (!outline_.StartObject()) return false;
+    if (Enter()) return true;
+    dropped_[depth_] = false;
+    return out_.StartObject();
+  }
+  bool EndObject(rapidjson::SizeType n) {
+    return outline_.EndObject(n) && (Leave() || out_.EndObject(n));
+  }
+  bool StartArray() { return outline_.StartArray() && (Enter() || out_.StartArray()); }
+  bool EndArray(rapidjson::SizeType n) {
+    return outline_.EndArray(n) && (Leave() || out_.EndArray(n));
+  }
+
+ private:
+  // True when a scalar is not to be written: the value of a dropped member,
+  // or part of one.
+  bool Skip() {
+    const bool skip = skipNext_ || skipped_ > 0;
+    skipNext_ = false;
+    return skip;
+  }
+  // Opens an object or array; true when it is not to be written.
+  bool Enter() {
+    ++depth_;
+    if (skipNext_ || skipped_ > 0) {
+      skipNext_ = false;
+      ++skipped_;
+      return true;
+    }
+    return false;
+  }
+  // Closes one; true when it was not written.
+  bool Leave() {
+    --depth_;
+    if (skipped_ == 0) return false;
+    --skipped_;
+    return true;
+  }
+
+  OutlineSink outline_;
+  JsonWriter& out_;
+  int depth_ = 0;
+  // Open levels inside a dropped member's value.
+  int skipped_ = 0;
+  // The next value is a dropped member's.
+  bool skipNext_ = false;
+  // Per open object: its generated id was met. The reader stops at
+  // kMaxJsonDepth.
+  std::bitset<kMaxJsonDepth + 2> dropped_;
+};
+
 // Hands the reader's events to sink: a document takes the value they build
-// as its root; an outline only watches them.
+// as its root; other sinks only watch or copy them.
 template <typename Generate>
 void Populate(JsonDocument& document, Generate& generate) {
   document.SetNull();
   document.Populate(generate);
 }
-template <typename Generate>
-void Populate(OutlineSink& sink, Generate& generate) {
+template <typename Sink, typename Generate>
+void Populate(Sink& sink, Generate& generate) {
   generate(sink);
 }
 
@@ -254,12 +341,17 @@ bool Read(const char* text, size_t length, Sink& sink, std::string* error) {
 // library always has (a lone "}" is "The document is empty.", where the
 // recursive one says "Invalid value."; a bad byte is "Invalid encoding in
 // string." at its offset): refused text is read again by it to say why.
+// The faults depend on the reader and the handler only, so the second
+// reading builds nothing.
 template <typename Sink>
 bool Accept(const char* text, size_t length, Sink& sink, std::string* error) {
   if (Read<rapidjson::kParseInsituFlag>(text, length, sink, nullptr)) return true;
-  if (error != nullptr)
+  if (error != nullptr) {
+    JsonOutline ignored;
+    OutlineSink naming(ignored);
     Read<rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag>(text, length,
-                                                                                 sink, error);
+                                                                                 naming, error);
+  }
   return false;
 }
 
@@ -279,6 +371,17 @@ bool CheckJson(const char* text, size_t length, JsonOutline& outline, std::strin
   outline.isObject = false;
   outline.holdsExpected = false;
   OutlineSink sink(outline);
+  if (Accept(text, length, sink, error)) return true;
+  outline.isObject = false;
+  outline.holdsExpected = false;
+  return false;
+}
+
+bool CopyJsonWithoutGeneratedIds(const char* text, size_t length, JsonOutline& outline,
+                                 JsonWriter& out, std::string* error) {
+  outline.isObject = false;
+  outline.holdsExpected = false;
+  CopySink sink(outline, out);
   if (Accept(text, length, sink, error)) return true;
   outline.isObject = false;
   outline.holdsExpected = false;

@@ -58,6 +58,16 @@ struct JsonOutline {
 // the same *error, but builds nothing: it fills in what outline asks.
 bool CheckJson(const char* text, size_t length, JsonOutline& outline, std::string* error);
 
+// A compact writer of JSON text into a buffer.
+using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+
+// Reads text as CheckJson does, filling in what outline asks, and writes its
+// value to out as WriteWithoutGeneratedIds writes the parsed value: without
+// the first "cs_generated_id" member of each object. No document is built.
+// Refused text leaves part of it in out.
+bool CopyJsonWithoutGeneratedIds(const char* text, size_t length, JsonOutline& outline,
+                                 JsonWriter& out, std::string* error);
+
 // True when the length bytes of text are valid UTF-8, the only text a JSON
 // value may hold.
 bool IsUtf8(const char* text, size_t length);

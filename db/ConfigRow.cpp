@@ -296,23 +296,26 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
   return NewLayerObject(id, schema, row, std::make_shared<JsonDoc>(document));
 }
 
+StoredValueCheck::StoredValueCheck(const ConfigStoreObjectId& id, const SchemaPtr& schema)
+    : hasSchema_(schema != nullptr),
+      hasIdProperty_(schema && FindInstanceIdProperty(schema->SharedInstanceIdMap().get(),
+                                                      id.key, &idProperty_)) {
+  outline_.member = idProperty_;
+  outline_.expected = id.instanceId;
+}
+
 ObjectPtr MakeDeferredLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                                   const ConfigRow& row, Layer layer) {
   if (!row.Has(layer)) return nullptr;
-  if (!schema) return MakeLayerObject(id, schema, row, layer);
-  std::string idProperty;
-  const bool hasIdProperty =
-      FindInstanceIdProperty(schema->SharedInstanceIdMap().get(), id.key, &idProperty);
   const std::string& text = *row.Get(layer);
-  JsonOutline outline;
-  outline.member = idProperty;
-  outline.expected = id.instanceId;
+  StoredValueCheck check(id, schema);
   std::string error;
-  if (!CheckJson(text.data(), text.size(), outline, &error) || !outline.isObject)
+  if (!CheckJson(text.data(), text.size(), check.Outline(), &error) || !check.Outline().isObject)
     ThrowNotAnObject(id, layer, error);
   // An object is made to hold its own instance id, which takes a parsed
-  // value: a stored value without it is parsed now.
-  if (hasIdProperty && !outline.holdsExpected) return MakeLayerObject(id, schema, row, layer);
+  // value: a stored value without it is parsed now, as is one whose key has
+  // no schema to ask.
+  if (!check.StandsAsRead()) return MakeLayerObject(id, schema, row, layer);
   return NewLayerObject(id, schema, row, std::make_shared<JsonDoc>(std::string_view(text)));
 }
 

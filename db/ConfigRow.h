@@ -150,6 +150,31 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
 // The same, for the column's JSON already parsed.
 ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                           const ConfigRow& row, const std::shared_ptr<JsonDocument>& document);
+// Asks of the stored text of one layer whether it is the value of the
+// object read from it as it stands: one JSON object that holds the object's
+// own instance id (an object is given its id otherwise). Its outline goes
+// to CheckJson or CopyJsonWithoutGeneratedIds; after either accepted the
+// text, StandsAsRead answers.
+class StoredValueCheck {
+ public:
+  // Without a schema no text stands as read: the object looks the schema
+  // up itself.
+  StoredValueCheck(const ConfigStoreObjectId& id, const SchemaPtr& schema);
+  StoredValueCheck(const StoredValueCheck&) = delete;
+  StoredValueCheck& operator=(const StoredValueCheck&) = delete;
+
+  JsonOutline& Outline() { return outline_; }
+  bool StandsAsRead() const {
+    return hasSchema_ && outline_.isObject && (!hasIdProperty_ || outline_.holdsExpected);
+  }
+
+ private:
+  std::string idProperty_;
+  bool hasSchema_;
+  bool hasIdProperty_;
+  JsonOutline outline_;
+};
+
 // The same object, holding the column's text to parse on first use (see
 // JsonDoc): for results a caller may hold without reading every value. The
 // text is checked now, and refused as MakeLayerObject refuses it. A value

@@ -2,9 +2,6 @@
 // member by member; lists of instances merge instance by instance.
 #include "db/MergeConfig.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "core/ConfigStoreDocument.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
@@ -40,22 +37,29 @@ bool IsFlat(const JsonValue& layer, const JsonDoc* idMap) {
 
 }  // namespace
 
+Layer OnlyLayer(const ConfigRow& row, Layer main, Layer user) {
+  Layer only = Layer::kNone;
+  for (Layer layer : {Layer::kVital, Layer::kCached, main, user}) {
+    if (!row.Has(layer)) continue;
+    if (only != Layer::kNone) return Layer::kNone;
+    only = layer;
+  }
+  return only;
+}
+
 ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                          const ConfigRow& row, Layer main, Layer user, Parse parse) {
-  const Layer layers[] = {Layer::kVital, Layer::kCached, main, user};
   // A value of one layer needs no merge, so its parse can wait.
-  if (parse == Parse::kOnFirstUse &&
-      std::count_if(std::begin(layers), std::end(layers),
-                    [&row](Layer layer) { return row.Has(layer); }) == 1) {
-    for (Layer layer : layers)
-      if (row.Has(layer)) return MakeDeferredLayerObject(id, schema, row, layer);
+  if (parse == Parse::kOnFirstUse) {
+    const Layer only = OnlyLayer(row, main, user);
+    if (only != Layer::kNone) return MakeDeferredLayerObject(id, schema, row, only);
   }
   // The first layer the row has is the base. A layer that only sets plain
   // members is merged as UpdateConfigInternal would merge it, member by
   // member, without becoming an object of its own: that is most layers,
   // and it spares an object per layer on every read.
   ObjectPtr base;
-  for (Layer layer : layers) {
+  for (Layer layer : {Layer::kVital, Layer::kCached, main, user}) {
     if (!row.Has(layer)) continue;
     if (!base) {
       base = MakeLayerObject(id, schema, row, layer);

@@ -15,6 +15,11 @@ ObjectPtr MergeConfig(ObjectPtr base, const ObjectPtr& a, const ObjectPtr& b, co
 // object made from a single layer, on first use (MakeDeferredLayerObject).
 enum class Parse { kNow, kOnFirstUse };
 
+// The layer a row's object is made of when it is made of one: the only one
+// of the vital, cached, main and user layers the row has; Layer::kNone when
+// it has none or several.
+Layer OnlyLayer(const ConfigRow& row, Layer main, Layer user);
+
 // The object of one row: the vital layer as base, then the cached layer,
 // main and user (either may be Layer::kNone) merged over it.
 ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,

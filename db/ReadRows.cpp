@@ -27,7 +27,8 @@ ObjectPtr MergeCurrent(const ConfigStoreObjectId& id, const SchemaPtr& schema,
 void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
                           const Connection& conn, const SchemaPtr& schema,
                           const OperationContext& op, Parse parse,
-                          const std::function<void(const ObjectPtr&)>& visit) {
+                          const std::function<void(const ObjectPtr&)>& visit,
+                          const StoredTextTaker& takeText = nullptr) {
   const ConfigStoreObjectId& id = filter->GetConfigStoreObjectId();
   auto offer = [&](const ObjectPtr& object) {
     if (object && ObjectMatchesFilter(*object, filter)) visit(object);
@@ -36,8 +37,15 @@ void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
     offer(GetInternal(id, conn, schema, op));
     return;
   }
+  // A filter that matches on values needs the object.
+  const bool byText = takeText && filter->IsEmpty();
   ForEachInstanceRow(conn, GET_INSTANCES, id, [&](const ConfigRow& row) {
-    offer(MergeCurrent(WithInstanceId(id, row.identifier), schema, row, op, parse));
+    const ConfigStoreObjectId instance = WithInstanceId(id, row.identifier);
+    if (byText) {
+      const Layer only = OnlyLayer(row, Layer::kAutoConf, RunTimeUserLayer(row, op));
+      if (only != Layer::kNone && takeText(instance, *row.Get(only))) return;
+    }
+    offer(MergeCurrent(instance, schema, row, op, parse));
   });
 }
 
@@ -86,8 +94,9 @@ ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& f
 void ForEachConfigInstance(const std::shared_ptr<FilterSpecObject>& filter,
                            const Connection& conn, const SchemaPtr& schema,
                            const OperationContext& op,
-                           const std::function<void(const ObjectPtr&)>& visit) {
-  VisitConfigInstances(filter, conn, schema, op, Parse::kNow, visit);
+                           const std::function<void(const ObjectPtr&)>& visit,
+                           const StoredTextTaker& takeText) {
+  VisitConfigInstances(filter, conn, schema, op, Parse::kNow, visit, takeText);
 }
 
 std::vector<std::string> GetInstanceIdsInternal(const ConfigStoreObjectId& id,

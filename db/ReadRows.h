@@ -42,13 +42,21 @@ ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& f
                                       const Connection& conn, const SchemaPtr& schema,
                                       const OperationContext& op);
 
+// Takes an instance's value as the stored text of its one layer: true when
+// taken, false to have the object made of it instead.
+using StoredTextTaker =
+    std::function<bool(const ConfigStoreObjectId& id, const std::string& text)>;
+
 // The objects GetConfigInstancesInternal returns, in the same order, each
 // handed to visit as soon as its row is read and merged: reading every
-// instance of a key costs the memory of one.
+// instance of a key costs the memory of one. With takeText, and a filter
+// that matches on no value, an instance whose object would be made of one
+// stored layer is first offered as that layer's text, unchecked.
 void ForEachConfigInstance(const std::shared_ptr<FilterSpecObject>& filter,
                            const Connection& conn, const SchemaPtr& schema,
                            const OperationContext& op,
-                           const std::function<void(const ObjectPtr&)>& visit);
+                           const std::function<void(const ObjectPtr&)>& visit,
+                           const StoredTextTaker& takeText = nullptr);
 
 // The instance ids of id's key, in row order. Throws ConfigStoreException
 // 2000 "GetInstanceIds failed" when the read fails.

@@ -19,6 +19,20 @@
 namespace CorvConfigStore {
 namespace {
 
+// Copies an instance's value from the stored text of its one layer into
+// copy, as the object read from it would be written, without building it:
+// false when that text is not the value as read (see StoredValueCheck), or
+// not JSON at all, and the object must be read instead.
+bool CopyStoredValue(const ConfigStoreObjectId& id, const std::string& text,
+                     const SchemaPtr& schema, rapidjson::StringBuffer& copy) {
+  StoredValueCheck check(id, schema);
+  copy.Clear();
+  JsonWriter writer(copy);
+  return CopyJsonWithoutGeneratedIds(text.data(), text.size(), check.Outline(), writer,
+                                     nullptr) &&
+         check.StandsAsRead();
+}
+
 // Writes the document nested component, group, key from configurations
 // handed over in document order, opening and closing levels as the
 // identifiers change; the instances of one key form one array.
@@ -28,26 +42,22 @@ class DocumentNester {
   explicit DocumentNester(Writer& writer) : writer_(writer) { writer_.StartObject(); }
 
   void Add(const ConfigStoreObjectId& id, const ConfigStoreObject* object) {
-    const bool newComponent = depth_ == 0 || id.component != component_;
-    const bool newGroup = newComponent || id.group != group_;
-    const bool newKey = newGroup || id.key != key_;
-    if (newKey) CloseArray();
-    if (newGroup && depth_ == 2) Close();
-    if (newComponent && depth_ == 1) Close();
-    if (newComponent) Open(id.component, &component_);
-    if (newGroup) Open(id.group, &group_);
-    if (newKey) {
-      key_ = id.key;
-      writer_.Key(key_.c_str(), static_cast<rapidjson::SizeType>(key_.size()));
-      if (object != nullptr && !id.instanceId.empty()) {
-        writer_.StartArray();
-        inArray_ = true;
-      }
-    }
+    Place(id, object != nullptr);
     if (object == nullptr)
       writer_.Null();
     else
       WriteWithoutGeneratedIds(*ImplOf(*object).GetJsonValuePtr(), writer_);
+  }
+
+  // Writes an instance's value from the stored text of its one layer (see
+  // CopyStoredValue); false, with nothing written, when the object must be
+  // read.
+  bool AddStoredText(const ConfigStoreObjectId& id, const std::string& text,
+                     const SchemaPtr& schema) {
+    if (!CopyStoredValue(id, text, schema, copy_)) return false;
+    Place(id, true);
+    writer_.RawValue(copy_.GetString(), copy_.GetSize(), rapidjson::kObjectType);
+    return true;
   }
 
   void Finish() {
@@ -72,7 +82,29 @@ class DocumentNester {
     inArray_ = false;
   }
 
+  // Opens the levels of id's component, group and key as they change, and
+  // the key's array for the first instance with a value.
+  void Place(const ConfigStoreObjectId& id, bool hasValue) {
+    const bool newComponent = depth_ == 0 || id.component != component_;
+    const bool newGroup = newComponent || id.group != group_;
+    const bool newKey = newGroup || id.key != key_;
+    if (newKey) CloseArray();
+    if (newGroup && depth_ == 2) Close();
+    if (newComponent && depth_ == 1) Close();
+    if (newComponent) Open(id.component, &component_);
+    if (newGroup) Open(id.group, &group_);
+    if (newKey) {
+      key_ = id.key;
+      writer_.Key(key_.c_str(), static_cast<rapidjson::SizeType>(key_.size()));
+      if (hasValue && !id.instanceId.empty()) {
+        writer_.StartArray();
+        inArray_ = true;
+      }
+    }
+  }
+
   Writer& writer_;
+  rapidjson::StringBuffer copy_;
   std::string component_, group_, key_;
   int depth_ = 0;  // component and group objects open
   bool inArray_ = false;
@@ -85,12 +117,21 @@ void ExportTo(std::vector<std::shared_ptr<FilterSpecObject>> filters, const Text
   CSLogger::Log(3, "%s invoked", "Export");
   // Reading starts, and so every check is made, before the first piece of
   // text reaches the sink.
-  WriteJsonText(sink, layout, [&filters](auto& writer) {
+  WriteJsonText(sink, layout, [&filters, layout](auto& writer) {
     DocumentNester<std::remove_reference_t<decltype(writer)>> document(writer);
-    ForEachExported(filters, [&document](const ConfigStoreObjectId& id,
-                                         const ConfigStoreObject* object) {
+    auto add = [&document](const ConfigStoreObjectId& id, const ConfigStoreObject* object) {
       document.Add(id, object);
-    });
+    };
+    // Copied text is compact: the indented layout writes objects.
+    if (layout == JsonLayout::kIndented) {
+      ForEachExported(filters, add);
+    } else {
+      ForEachExported(filters, add,
+                      [&document](const ConfigStoreObjectId& id, const std::string& text,
+                                  const SchemaPtr& schema) {
+                        return document.AddStoredText(id, text, schema);
+                      });
+    }
     document.Finish();
   });
 }
@@ -110,10 +151,22 @@ void ExportInstancesTo(const std::shared_ptr<FilterSpecObject>& filter, const Te
     if (!IsNull(filter, "GetInstances")) {
       StoreOperation op(4, "GetInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
       ValidateCsoIdInstances(filter, op.Schema());
-      ForEachConfigInstance(filter, GetDBStore(DBStore::CONFIG_STORE, true), op.Schema(),
-                            op.Context(), [&writer](const ObjectPtr& object) {
-                              WriteWithoutGeneratedIds(*ImplOf(object).GetJsonValuePtr(), writer);
-                            });
+      rapidjson::StringBuffer copy;
+      StoredTextTaker takeText;
+      // Copied text is compact: the indented layout writes objects.
+      if (layout == JsonLayout::kCompact) {
+        takeText = [&](const ConfigStoreObjectId& id, const std::string& text) {
+          if (!CopyStoredValue(id, text, op.Schema(), copy)) return false;
+          writer.RawValue(copy.GetString(), copy.GetSize(), rapidjson::kObjectType);
+          return true;
+        };
+      }
+      ForEachConfigInstance(
+          filter, GetDBStore(DBStore::CONFIG_STORE, true), op.Schema(), op.Context(),
+          [&writer](const ObjectPtr& object) {
+            WriteWithoutGeneratedIds(*ImplOf(object).GetJsonValuePtr(), writer);
+          },
+          takeText);
     }
     writer.EndArray();
   });

@@ -32,9 +32,12 @@ struct KeySelection {
 
 }  // namespace
 
-void ForEachExported(const std::vector<std::shared_ptr<FilterSpecObject>>& filters,
-                     const std::function<void(const ConfigStoreObjectId& id,
-                                              const ConfigStoreObject* object)>& visit) {
+void ForEachExported(
+    const std::vector<std::shared_ptr<FilterSpecObject>>& filters,
+    const std::function<void(const ConfigStoreObjectId& id, const ConfigStoreObject* object)>&
+        visit,
+    const std::function<bool(const ConfigStoreObjectId& id, const std::string& text,
+                             const SchemaPtr& schema)>& takeText) {
   std::vector<std::shared_ptr<FilterSpecObject>> present;
   for (const auto& filter : filters)
     if (!IsNull(filter, "Export")) present.push_back(filter);
@@ -71,15 +74,29 @@ void ForEachExported(const std::vector<std::shared_ptr<FilterSpecObject>>& filte
     }
     // Only a key that several filters select can meet an instance twice.
     std::unordered_set<std::string> seen;
+    const bool several = key.filters.size() > 1;
     bool any = false;
-    for (const auto& filter : key.filters) {
-      ForEachConfigInstance(filter, connection, key.schema, op, [&](const ObjectPtr& object) {
-        if (key.filters.size() > 1 &&
-            !seen.insert(object->GetConfigStoreObjectId().instanceId).second)
-          return;
+    StoredTextTaker takeKeyText;
+    if (takeText) {
+      takeKeyText = [&](const ConfigStoreObjectId& instance, const std::string& text) {
+        // One met before is taken, to be left out.
+        if (several && seen.count(instance.instanceId) != 0) return true;
+        if (!takeText(instance, text, key.schema)) return false;
+        if (several) seen.insert(instance.instanceId);
         any = true;
-        offer(object);
-      });
+        return true;
+      };
+    }
+    for (const auto& filter : key.filters) {
+      ForEachConfigInstance(
+          filter, connection, key.schema, op,
+          [&](const ObjectPtr& object) {
+            if (several && !seen.insert(object->GetConfigStoreObjectId().instanceId).second)
+              return;
+            any = true;
+            offer(object);
+          },
+          takeKeyText);
     }
     if (!any) visit(id, nullptr);
   }

@@ -7,7 +7,12 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
+
+namespace CorvSchemaStore {
+class SchemaObject;
+}  // namespace CorvSchemaStore
 
 namespace CorvConfigStore {
 
@@ -17,8 +22,16 @@ namespace CorvConfigStore {
 // nothing selected. Null filters are logged
 // (1041) and skipped; every key's schema is checked (1037) before anything
 // is read. An instance that several filters select is visited once.
-void ForEachExported(const std::vector<std::shared_ptr<FilterSpecObject>>& filters,
-                     const std::function<void(const ConfigStoreObjectId& id,
-                                              const ConfigStoreObject* object)>& visit);
+//
+// With takeText, an instance whose value is one stored layer is first
+// offered as that layer's text (unchecked), with its key's schema; takeText
+// returns false to have the object read and visited instead.
+void ForEachExported(
+    const std::vector<std::shared_ptr<FilterSpecObject>>& filters,
+    const std::function<void(const ConfigStoreObjectId& id, const ConfigStoreObject* object)>&
+        visit,
+    const std::function<bool(const ConfigStoreObjectId& id, const std::string& text,
+                             const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema)>&
+        takeText = nullptr);
 
 }  // namespace CorvConfigStore

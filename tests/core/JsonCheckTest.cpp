@@ -1,12 +1,14 @@
-// Checking JSON text without building it: CheckJson accepts and refuses what
-// ParseJson does, with the same reasons, and tells what it was asked of the
-// value.
+// Checking and copying JSON text without building it: CheckJson and
+// CopyJsonWithoutGeneratedIds accept and refuse what ParseJson does, with
+// the same reasons, and tell what they were asked of the value; the copy is
+// the text WriteWithoutGeneratedIds writes of the parsed value.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "core/Json.h"
+#include "core/JsonDoc.h"
 
 using namespace CorvConfigStore;
 
@@ -34,7 +36,7 @@ Parsed Parse(const std::string& text, const std::string& member, const std::stri
   return parsed;
 }
 
-// Checks text both ways and reports where they differ.
+// Checks and copies text, and reports where either differs from a parse.
 void ExpectSameAsParse(const std::string& text, const std::string& member = "id",
                        const std::string& expected = "a") {
   const Parsed parsed = Parse(text, member, expected);
@@ -46,6 +48,28 @@ void ExpectSameAsParse(const std::string& text, const std::string& member = "id"
   EXPECT_EQ(error, parsed.error) << text;
   EXPECT_EQ(outline.isObject, parsed.isObject) << text;
   EXPECT_EQ(outline.holdsExpected, parsed.holdsExpected) << text;
+
+  JsonOutline copied;
+  copied.member = member;
+  copied.expected = expected;
+  std::string copyError;
+  rapidjson::StringBuffer copy;
+  JsonWriter writer(copy);
+  EXPECT_EQ(CopyJsonWithoutGeneratedIds(text.data(), text.size(), copied, writer, &copyError),
+            parsed.accepted)
+      << text;
+  EXPECT_EQ(copyError, parsed.error) << text;
+  EXPECT_EQ(copied.isObject, parsed.isObject) << text;
+  EXPECT_EQ(copied.holdsExpected, parsed.holdsExpected) << text;
+  if (!parsed.accepted) return;
+  JsonDocument document;
+  ASSERT_TRUE(ParseJson(text.data(), text.size(), document, nullptr));
+  rapidjson::StringBuffer written;
+  JsonWriter fromDocument(written);
+  WriteWithoutGeneratedIds(document, fromDocument);
+  EXPECT_EQ(std::string(copy.GetString(), copy.GetSize()),
+            std::string(written.GetString(), written.GetSize()))
+      << text;
 }
 
 }  // namespace
@@ -136,4 +160,33 @@ TEST(CheckJsonTest, RefusedTextTellsNothing) {
   EXPECT_FALSE(outline.holdsExpected);
   // Without a place for the reason the answer is the same.
   EXPECT_FALSE(CheckJson(text.data(), text.size(), outline, nullptr));
+}
+
+// The first generated id of each object goes, with its whole value, at any
+// depth; a second one of the same object stays.
+TEST(CopyJsonWithoutGeneratedIdsTest, DropsTheFirstGeneratedIdOfEachObject) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {R"({"a":1,"cs_generated_id":"g","b":2})", R"({"a":1,"b":2})"},
+      {R"({"cs_generated_id":{"x":[1,{"cs_generated_id":1}]},"b":[]})", R"({"b":[]})"},
+      {R"({"cs_generated_id":[[],{}],"cs_generated_id":"second"})",
+       R"({"cs_generated_id":"second"})"},
+      {R"({"l":[{"cs_generated_id":"g1","x":1},{"y":{"cs_generated_id":null}}]})",
+       R"({"l":[{"x":1},{"y":{}}]})"},
+      {R"(["cs_generated_id",{"cs_generated_id":true}])", R"(["cs_generated_id",{}])"},
+      {R"( { "s" : "line\nbreak \u00e9" , "n" : [ -1 , 1.50 , 1e2 , 18446744073709551615 ] } )",
+       "{\"s\":\"line\\nbreak \xc3\xa9\",\"n\":[-1,1.5,100.0,18446744073709551615]}"},
+  };
+  for (const auto& [text, expected] : cases) {
+    ExpectSameAsParse(text);
+    JsonOutline outline;
+    rapidjson::StringBuffer copy;
+    JsonWriter writer(copy);
+    ASSERT_TRUE(CopyJsonWithoutGeneratedIds(text.data(), text.size(), outline, writer, nullptr))
+        << text;
+    EXPECT_EQ(std::string(copy.GetString(), copy.GetSize()), expected);
+  }
+  std::string deep;
+  for (int i = 0; i < kMaxJsonDepth - 1; ++i) deep += R"({"cs_generated_id":1,"k":)";
+  deep += "[]" + std::string(kMaxJsonDepth - 1, '}');
+  ExpectSameAsParse(deep);
 }

@@ -256,6 +256,86 @@ TEST_F(ExportTest, AFailingSinkStopsTheExport) {
   EXPECT_EQ(1, calls);
 }
 
+// Rows as a store may hold them: written by hand, with blanks, generated
+// ids, numbers in other forms, without their own instance id, in several
+// layers, unconfirmed. Each compact export, which copies a value of one
+// stored layer from its text, is the indented one, which reads objects,
+// written compact; and so are the streamed instances.
+TEST_F(ExportTest, StoredTextIsCopiedAsTheObjectReadFromItIsWritten) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"e1", R"(1, ' { "name" : "e1" , "mtu" : 1.50e3 } ', NULL)"},
+      {"e2", R"(1, '{"name":"e2","cs_generated_id":"g","l":[{"cs_generated_id":1,"x":"\u0041"}]}', NULL)"},
+      {"e3", R"(1, '{"mtu":9000}', NULL)"},
+      {"e4", R"(1, '{"name":"other","mtu":1}', NULL)"},
+      {"e5", R"(1, '{"name":null}', NULL)"},
+      {"e6", R"(1, '{"name":"e6"}', '{"speed":10}')"},
+      {"e7", R"(0, '{"name":"e7"}', NULL)"},
+      {"e8", R"(1, NULL, '{"name":"e8","speed":1}')"},
+      {"e9", R"(1, '{"name":"e9","name":"again"}', NULL)"},
+  };
+  for (const auto& [instance, values] : rows) {
+    ASSERT_EQ("", raw_->Exec("INSERT INTO Config (Component, ConfigGroup, Name, Identifier, "
+                             "Version, Success, UserValue, VitalValue) VALUES ('corv', 'net', "
+                             "'iface', '" + instance + "', '1.0', " + values + ")"));
+  }
+  store_->Set(MakeObject(kDns, R"({"domain":"a"})"), EXTERNAL);
+  for (const auto& filters : {Filters({kIface, kDns}), Filters({kEth1, kIface, Id("iface", "net", "e2")})}) {
+    Pieces compact;
+    ExportTo(filters, compact.Sink());
+    Pieces indented;
+    ExportTo(filters, indented.Sink(), JsonLayout::kIndented);
+    EXPECT_EQ(Indented(compact.Text()), indented.Text());
+    JsonDocument parsed;
+    parsed.Parse(indented.Text().c_str());
+    EXPECT_EQ(JsonToString(parsed), compact.Text());
+  }
+  EXPECT_EQ(
+      R"([{"name":"e1","mtu":1500.0},{"name":"e2","l":[{"x":"A"}]},{"mtu":9000,"name":"e3"},)"
+      R"({"name":"e4","mtu":1},{"name":null,"name":"e5"},{"speed":10,"name":"e6"},)"
+      R"({"name":"e8","speed":1},{"name":"e9","name":"again"}])",
+      [&] {
+        Pieces streamed;
+        ExportInstancesTo(Filter(kIface), streamed.Sink());
+        return streamed.Text();
+      }());
+  Pieces streamedIndented;
+  ExportInstancesTo(Filter(kIface), streamedIndented.Sink(), JsonLayout::kIndented);
+  Pieces streamed;
+  ExportInstancesTo(Filter(kIface), streamed.Sink());
+  EXPECT_EQ(Indented(streamed.Text()), streamedIndented.Text());
+}
+
+// A stored value that is not one JSON object is refused as a read of it is,
+// in either layout, before any of it is written.
+TEST_F(ExportTest, StoredTextThatIsNotAnObjectIsRefused) {
+  for (const char* value : {"not json", "[1]", R"({"name":"e1"} x)"}) {
+    ASSERT_EQ("", raw_->Exec("DELETE FROM Config"));
+    ASSERT_EQ("", raw_->Exec(std::string("INSERT INTO Config (Component, ConfigGroup, Name, "
+                                         "Identifier, Version, Success, UserValue) VALUES "
+                                         "('corv', 'net', 'iface', 'e1', '1.0', 1, '") +
+                             value + "')"));
+    std::string read;
+    try {
+      store_->GetInstances(Filter(kIface));
+    } catch (const ConfigStoreException& e) {
+      read = e.what();
+    }
+    ASSERT_FALSE(read.empty()) << value;
+    for (JsonLayout layout : {JsonLayout::kCompact, JsonLayout::kIndented}) {
+      Pieces document;
+      EXPECT_TRUE(Throws<ConfigStoreException>(
+          [&] { ExportTo(Filters({kIface}), document.Sink(), layout); }, 1082, read))
+          << value;
+      EXPECT_TRUE(document.pieces.empty());
+      Pieces instances;
+      EXPECT_TRUE(Throws<ConfigStoreException>(
+          [&] { ExportInstancesTo(Filter(kIface), instances.Sink(), layout); }, 1082, read))
+          << value;
+      EXPECT_TRUE(instances.pieces.empty());
+    }
+  }
+}
+
 // ---- Streamed instances
 
 TEST_F(ExportTest, StreamedInstancesAreWhatGetInstancesReturns) {

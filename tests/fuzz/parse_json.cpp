@@ -1,9 +1,9 @@
 // Fuzz target: JSON text through the parser every input of the library
 // goes through (ParseJson, and CreateDocumentFromString above it), and
-// through the check that reads stored text without building it. Text
-// that is accepted must write out as UTF-8 text that is accepted again;
-// text that is refused must come with a reason (and code 1080 from the
-// document helper).
+// through the check and the copy that read stored text without building
+// it. Text that is accepted must write out as UTF-8 text that is accepted
+// again; text that is refused must come with a reason (and code 1080 from
+// the document helper).
 #include <corvconfigstore/ErrorCodes.h>
 #include <corvconfigstore/Exceptions.h>
 
@@ -35,6 +35,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (CheckJson(text.data(), text.size(), outline, &checkReason) != accepted ||
       checkReason != reason || outline.isObject != document->IsObject())
     CorvFuzz::Fail("CheckJson disagrees with ParseJson: " + checkReason + " / " + reason);
+  // So does copying it, and the copy is what the parsed value writes.
+  rapidjson::StringBuffer copy;
+  JsonWriter copier(copy);
+  std::string copyReason;
+  if (CopyJsonWithoutGeneratedIds(text.data(), text.size(), outline, copier, &copyReason) !=
+          accepted ||
+      copyReason != reason)
+    CorvFuzz::Fail("CopyJsonWithoutGeneratedIds disagrees with ParseJson: " + copyReason);
+  if (accepted) {
+    rapidjson::StringBuffer written;
+    JsonWriter writer(written);
+    WriteWithoutGeneratedIds(*document, writer);
+    if (std::string(copy.GetString(), copy.GetSize()) !=
+        std::string(written.GetString(), written.GetSize()))
+      CorvFuzz::Fail("the copy differs from the parsed value written");
+  }
 
   // The document helper agrees with the parser.
   try {
