@@ -6,6 +6,7 @@
 #include <corvconfigstore/Logger.h>
 
 #include <string>
+#include <type_traits>
 
 #include "core/Checks.h"
 #include "db/ReadRows.h"
@@ -56,7 +57,7 @@ class DocumentNester {
                      const SchemaPtr& schema) {
     if (!CopyStoredValue(id, text, schema, copy_)) return false;
     Place(id, true);
-    writer_.RawValue(copy_.GetString(), copy_.GetSize(), rapidjson::kObjectType);
+    writer_.CompactValue(copy_.GetString(), copy_.GetSize(), rapidjson::kObjectType);
     return true;
   }
 
@@ -117,13 +118,14 @@ void ExportTo(std::vector<std::shared_ptr<FilterSpecObject>> filters, const Text
   CSLogger::Log(3, "%s invoked", "Export");
   // Reading starts, and so every check is made, before the first piece of
   // text reaches the sink.
-  WriteJsonText(sink, layout, [&filters, layout](auto& writer) {
-    DocumentNester<std::remove_reference_t<decltype(writer)>> document(writer);
+  WriteJsonText(sink, layout, [&filters](auto& writer) {
+    using Writer = std::remove_reference_t<decltype(writer)>;
+    DocumentNester<Writer> document(writer);
     auto add = [&document](const ConfigStoreObjectId& id, const ConfigStoreObject* object) {
       document.Add(id, object);
     };
     // Copied text is compact: the indented layout writes objects.
-    if (layout == JsonLayout::kIndented) {
+    if constexpr (!std::is_same_v<Writer, CompactSinkWriter>) {
       ForEachExported(filters, add);
     } else {
       ForEachExported(filters, add,
@@ -154,10 +156,11 @@ void ExportInstancesTo(const std::shared_ptr<FilterSpecObject>& filter, const Te
       rapidjson::StringBuffer copy;
       StoredTextTaker takeText;
       // Copied text is compact: the indented layout writes objects.
-      if (layout == JsonLayout::kCompact) {
+      if constexpr (std::is_same_v<std::remove_reference_t<decltype(writer)>,
+                                   CompactSinkWriter>) {
         takeText = [&](const ConfigStoreObjectId& id, const std::string& text) {
           if (!CopyStoredValue(id, text, op.Schema(), copy)) return false;
-          writer.RawValue(copy.GetString(), copy.GetSize(), rapidjson::kObjectType);
+          writer.CompactValue(copy.GetString(), copy.GetSize(), rapidjson::kObjectType);
           return true;
         };
       }

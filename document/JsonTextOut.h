@@ -5,6 +5,7 @@
 #include <corvconfigstore/ImportExport.h>
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,11 @@ class SinkStream {
     if (count > buffer_.size()) buffer_.resize(count);
   }
   void PutUnsafe(char c) { buffer_[used_++] = c; }
+  void Write(const char* text, size_t length) {
+    Reserve(length);
+    std::memcpy(buffer_.data() + used_, text, length);
+    used_ += length;
+  }
   void Put(char c) {
     Reserve(1);
     PutUnsafe(c);
@@ -55,9 +61,27 @@ class SinkStream {
 inline void PutReserve(SinkStream& stream, size_t count) { stream.Reserve(count); }
 inline void PutUnsafe(SinkStream& stream, char c) { stream.PutUnsafe(c); }
 
-// Calls write with a rapidjson writer of layout on sink (compact as
-// JsonToString writes, or indented by two spaces) and hands the sink the
-// rest of the text.
+// The compact writer on a sink, which also takes a value already written
+// compact, whole.
+class CompactSinkWriter : public rapidjson::Writer<SinkStream> {
+ public:
+  explicit CompactSinkWriter(SinkStream& stream) : Writer(stream), stream_(stream) {}
+
+  // Writes text, one JSON value of type written compact, as the next value:
+  // rapidjson's RawValue would copy it a checked byte at a time.
+  void CompactValue(const char* text, size_t length, rapidjson::Type type) {
+    Prefix(type);
+    stream_.Write(text, length);
+    EndValue(true);
+  }
+
+ private:
+  SinkStream& stream_;
+};
+
+// Calls write with a rapidjson writer of layout on sink (a CompactSinkWriter,
+// compact as JsonToString writes, or indented by two spaces) and hands the
+// sink the rest of the text.
 template <typename Write>
 void WriteJsonText(const TextSink& sink, JsonLayout layout, Write write) {
   SinkStream stream(sink);
@@ -66,7 +90,7 @@ void WriteJsonText(const TextSink& sink, JsonLayout layout, Write write) {
     writer.SetIndent(' ', 2);
     write(writer);
   } else {
-    rapidjson::Writer<SinkStream> writer(stream);
+    CompactSinkWriter writer(stream);
     write(writer);
   }
   stream.Flush();
