@@ -28,6 +28,7 @@ JsonDoc::JsonDoc(std::string_view checkedText)
 }
 
 void JsonDoc::Parse() const {
+  // Only text without readers is parsed: the parse frees it.
   for (uint32_t state = kDeferred;
        !state_.compare_exchange_weak(state, kParsing, std::memory_order_acquire);
        state = kDeferred) {

@@ -56,8 +56,29 @@ class JsonDoc {
   // True while the handle holds text not parsed yet.
   bool IsDeferred() const { return state_.load(std::memory_order_acquire) != kParsed; }
 
+  // Calls use with the text while the handle holds it unparsed, keeping it
+  // from being parsed (and freed) until use returns; false, without calling
+  // use, once it is parsed or being parsed.
+  template <typename Use>
+  bool WithDeferredText(Use use) const {
+    uint32_t state = state_.load(std::memory_order_acquire);
+    do {
+      if ((state & kStateBits) != kDeferred) return false;
+    } while (!state_.compare_exchange_weak(state, state + kReader, std::memory_order_acquire));
+    struct Release {
+      std::atomic<uint32_t>& state;
+      ~Release() { state.fetch_sub(kReader, std::memory_order_release); }
+    } release{state_};
+    use(std::string_view(text_.get(), length_));
+    return true;
+  }
+
  private:
+  // The state is in the low bits; the rest counts the readers of the
+  // deferred text, which a parse waits for.
   enum State : uint32_t { kParsed, kDeferred, kParsing };
+  static constexpr uint32_t kStateBits = 3;
+  static constexpr uint32_t kReader = 4;
 
   // Parses the text into the document, once, whichever thread comes first.
   void Parse() const;

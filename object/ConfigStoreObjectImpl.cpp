@@ -111,8 +111,20 @@ void ConfigStoreObjectImpl::SetInstanceIdFromCsoId() {
 
 std::string ConfigStoreObjectImpl::GetData() const {
   rapidjson::StringBuffer text;
-  rapidjson::Writer<rapidjson::StringBuffer> writer(text);
-  WriteWithoutGeneratedIds(*GetJsonValuePtr(), writer);
+  JsonWriter writer(text);
+  // A value not parsed yet is copied from its text, and stays unparsed: a
+  // caller that prints a large result does not build it. Its text was
+  // checked when read; were the copy refused, the value is parsed.
+  bool copied = false;
+  doc_->WithDeferredText([&](std::string_view stored) {
+    JsonOutline unused;
+    copied = CopyJsonWithoutGeneratedIds(stored.data(), stored.size(), unused, writer, nullptr);
+  });
+  if (!copied) {
+    text.Clear();
+    JsonWriter parsed(text);
+    WriteWithoutGeneratedIds(*GetJsonValuePtr(), parsed);
+  }
   return std::string(text.GetString(), text.GetSize());
 }
 

@@ -288,6 +288,46 @@ TEST(DeferredJsonDocTest, ThreadsUsingItAtOnceShareOneParse) {
   }
 }
 
+// The deferred text can be read without parsing it, until it is parsed.
+TEST(DeferredJsonDocTest, ItsTextIsReadUntilParsed) {
+  JsonDoc doc(R"({"a":1})");
+  std::string seen;
+  EXPECT_TRUE(doc.WithDeferredText([&](std::string_view text) { seen = text; }));
+  EXPECT_EQ(seen, R"({"a":1})");
+  EXPECT_TRUE(doc.IsDeferred());
+  doc.GetJsonValuePtr();
+  EXPECT_FALSE(doc.WithDeferredText([&](std::string_view) { ADD_FAILURE(); }));
+  auto parsed = CreateDocumentFromString("{}");
+  EXPECT_FALSE(parsed->WithDeferredText([&](std::string_view) { ADD_FAILURE(); }));
+}
+
+// Readers of the text and a first use at once: the parse waits for the
+// readers, and each sees the whole text or the parsed value.
+TEST(DeferredJsonDocTest, ReadersOfItsTextAndItsParseDoNotMeet) {
+  const std::string text = R"({"a":[1,2,3],"b":")" + std::string(1000, 'x') + R"("})";
+  for (int round = 0; round < 50; ++round) {
+    JsonDoc doc(text);
+    std::atomic<bool> go{false};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&, i] {
+        while (!go.load()) std::this_thread::yield();
+        for (int n = 0; n < 20; ++n) {
+          const bool read = doc.WithDeferredText([&](std::string_view seen) {
+            if (seen != text) ++wrong;
+          });
+          if ((!read || i == 0) && Text(*doc.GetJsonValuePtr()) != text) ++wrong;
+        }
+      });
+    }
+    go.store(true);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_FALSE(doc.IsDeferred());
+  }
+}
+
 TEST(ClearGeneratedInstanceIdTest, RemovesAtEveryDepthKeepingOrder) {
   auto doc = CreateDocumentFromString(R"({
     "a": 1, "cs_generated_id": "g0", "b": 2,

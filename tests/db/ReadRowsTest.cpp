@@ -279,6 +279,8 @@ TEST_F(ReadRowsTest, InstancesOfOneLayerAreParsedOnFirstUse) {
   ASSERT_TRUE(deferred(all[1]));
   EXPECT_EQ(all[1]->GetRevision(), 4);
   EXPECT_EQ(all[1]->GetVersion(), "1.0");
+  // Its text is copied, not parsed, to be handed out.
+  EXPECT_EQ(all[1]->GetData(), R"({"name":"eth1","mtu":9000})");
   EXPECT_TRUE(deferred(all[1]));
   int mtu = 0;
   all[1]->GetValue("mtu", &mtu);
@@ -310,6 +312,7 @@ TEST_F(ReadRowsTest, DeferredInstancesReadAsParsedOnes) {
       {R"({"name":"X","mtu":1})", true},
       {R"( {"mtu" : 1 , "name" : "X" } )", true},
       {R"({"name":"X","name":"other"})", true},
+      {R"({"name":"X","cs_generated_id":"g","l":[{"cs_generated_id":1,"v":2.50}]})", true},
       {R"({"mtu":1})", false},
       {R"({"name":"other","mtu":1})", false},
       {R"({"name":null,"mtu":1})", false},
@@ -333,6 +336,7 @@ TEST_F(ReadRowsTest, DeferredInstancesReadAsParsedOnes) {
     ObjectPtr parsed =
         GetInternal(Id("iface", "net", instance.c_str()), conn_, schema, OperationContext());
     ASSERT_FALSE(ImplOf(parsed).GetDoc()->IsDeferred());
+    EXPECT_EQ(read[0]->GetData(), parsed->GetData()) << value;
     EXPECT_EQ(Json(read[0]), Json(parsed)) << value;
   }
 }
