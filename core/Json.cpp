@@ -104,14 +104,13 @@ struct PoolOwner {
   JsonAllocator pool;
 };
 
+// rapidjson's default first parse stack.
+constexpr size_t kParseStackBytes = 1024;
+
 class PooledDocument : private PoolOwner, public JsonDocument {
  public:
   explicit PooledDocument(size_t bytes)
       : PoolOwner(bytes), JsonDocument(&pool, kParseStackBytes, &gBlocks) {}
-
- private:
-  // rapidjson's default first parse stack.
-  static constexpr size_t kParseStackBytes = 1024;
 };
 
 // The longest text whose scratch copy is the thread's shared one.
@@ -365,6 +364,17 @@ bool ParseJson(const char* text, size_t length, JsonDocument& document, std::str
   if (Accept(text, length, document, error)) return true;
   document.SetNull();
   return false;
+}
+
+bool ParseJsonOn(const char* text, size_t length, JsonAllocator& allocator, JsonValue& value,
+                 std::string* error) {
+  // The document only lends its parse stack: its root is swapped out, and a
+  // pool allocator frees nothing when the document goes.
+  JsonDocument document(&allocator, kParseStackBytes, &gBlocks);
+  value.SetNull();
+  if (!ParseJson(text, length, document, error)) return false;
+  value.Swap(document);
+  return true;
 }
 
 bool CheckJson(const char* text, size_t length, JsonOutline& outline, std::string* error) {

@@ -42,6 +42,13 @@ inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 64; }
 // offset N").
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error);
 
+// Parses text as ParseJson does into value, allocating its strings, members
+// and elements from allocator, which must outlive it: a value to move into a
+// document of that allocator without a copy. On failure returns false and
+// leaves value null.
+bool ParseJsonOn(const char* text, size_t length, JsonAllocator& allocator, JsonValue& value,
+                 std::string* error);
+
 // What CheckJson tells of a value without building it.
 struct JsonOutline {
   // Asked: a member of the value, when it is an object, and the string it

@@ -285,6 +285,16 @@ std::shared_ptr<JsonDocument> ParseLayer(const ConfigStoreObjectId& id, const Co
   return document;
 }
 
+JsonValue ParseLayerOn(const ConfigStoreObjectId& id, const ConfigRow& row, Layer layer,
+                       JsonAllocator& allocator) {
+  const std::string& text = *row.Get(layer);
+  JsonValue value;
+  std::string error;
+  if (!ParseJsonOn(text.data(), text.size(), allocator, value, &error) || !value.IsObject())
+    ThrowNotAnObject(id, layer, error);
+  return value;
+}
+
 ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
                           const ConfigRow& row, Layer layer) {
   if (!row.Has(layer)) return nullptr;

@@ -140,6 +140,9 @@ void ForEachInstanceRow(const Connection& conn, const DBStore::SqlStatement& sta
 // column and id.
 std::shared_ptr<JsonDocument> ParseLayer(const ConfigStoreObjectId& id, const ConfigRow& row,
                                          Layer layer);
+// The same JSON, allocated from allocator (see ParseJsonOn).
+JsonValue ParseLayerOn(const ConfigStoreObjectId& id, const ConfigRow& row, Layer layer,
+                       JsonAllocator& allocator);
 
 // The layer object of one value column: the column's JSON, with the row's
 // version, creation and modification time and revision; empty when the

@@ -56,8 +56,8 @@ ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
   }
   // The first layer the row has is the base. A layer that only sets plain
   // members is merged as UpdateConfigInternal would merge it, member by
-  // member, without becoming an object of its own: that is most layers,
-  // and it spares an object per layer on every read.
+  // member, without becoming an object of its own: that is most layers. It
+  // is parsed onto the base's document, so its members move in uncopied.
   ObjectPtr base;
   for (Layer layer : {Layer::kVital, Layer::kCached, main, user}) {
     if (!row.Has(layer)) continue;
@@ -65,17 +65,16 @@ ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
       base = MakeLayerObject(id, schema, row, layer);
       continue;
     }
-    std::shared_ptr<JsonDocument> document = ParseLayer(id, row, layer);
     ConfigStoreObjectImpl& target = ImplOf(base);
-    if (!IsFlat(*document, target.GetIdMap().get())) {
-      ObjectPtr update = MakeLayerObject(id, schema, row, document);
-      UpdateConfigInternal(update, base, ImplOf(update).GetIdMap());
+    JsonValue value = ParseLayerOn(id, row, layer, target.GetDoc()->GetAllocator());
+    if (IsFlat(value, target.GetIdMap().get())) {
+      target.MoveMembersIn(value);
       continue;
     }
-    for (const auto& member : document->GetObject()) {
-      std::string name(member.name.GetString(), member.name.GetStringLength());
-      target.SetValueEx(name.c_str(), &member.value);
-    }
+    auto document = NewJsonDocument(ParsedDocumentBytes(row.Get(layer)->size()));
+    document->CopyFrom(value, document->GetAllocator());
+    ObjectPtr update = MakeLayerObject(id, schema, row, document);
+    UpdateConfigInternal(update, base, ImplOf(update).GetIdMap());
   }
   return base;
 }

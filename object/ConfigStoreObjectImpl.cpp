@@ -135,6 +135,20 @@ std::string ConfigStoreObjectImpl::GetIdMapStr() const {
   return ConfigStoreDocument::SerializeValue(*idMap_->GetJsonValuePtr());
 }
 
+namespace {
+
+// Removes found, the first member of object named name (or the end), and
+// every later member of that name.
+void RemoveMembersNamed(JsonValue& object, JsonValue::MemberIterator found,
+                        const JsonValue& name) {
+  while (found != object.MemberEnd()) {
+    object.RemoveMember(found);
+    found = object.FindMember(name);
+  }
+}
+
+}  // namespace
+
 void ConfigStoreObjectImpl::SetValueEx(const char* key, const void* value) {
   RequireKey(key);
   RequireValue(value);
@@ -148,11 +162,26 @@ void ConfigStoreObjectImpl::SetValueEx(const char* key, const void* value) {
   // Copied before any removal: the given value may live in this document.
   JsonAllocator& allocator = doc_->GetAllocator();
   JsonValue copy(given, allocator);
-  while (isObject && found != object->MemberEnd()) {
-    object->RemoveMember(found);
-    found = object->FindMember(name);
-  }
+  if (isObject) RemoveMembersNamed(*object, found, name);
   object->AddMember(JsonValue(key, allocator), copy, allocator);
+}
+
+void ConfigStoreObjectImpl::MoveMembersIn(JsonValue& layer) {
+  JsonValue& object = *GetJsonValuePtr();
+  JsonAllocator& allocator = doc_->GetAllocator();
+  for (auto& member : layer.GetObject()) {
+    // SetValueEx reads a name up to its first NUL byte; such a name is set
+    // through it, so that both merge the same.
+    const JsonValue& name = member.name;
+    if (std::strlen(name.GetString()) != name.GetStringLength()) {
+      SetValueEx(name.GetString(), &member.value);
+      continue;
+    }
+    auto found = object.FindMember(name);
+    if (found != object.MemberEnd() && found->value == member.value) continue;
+    RemoveMembersNamed(object, found, name);
+    object.AddMember(member.name, member.value, allocator);
+  }
 }
 
 }  // namespace CorvConfigStore

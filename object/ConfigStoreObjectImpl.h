@@ -75,6 +75,10 @@ class ConfigStoreObjectImpl : public StoreObjectImpl {
   // Replaces the member with a deep copy of value (a JsonValue) at the end
   // of the object, unless it already holds an equal value.
   void SetValueEx(const char* key, const void* value);
+  // Sets each member of layer, a JSON object allocated from this object's
+  // document (see ParseJsonOn), as SetValueEx would set a copy of it, but
+  // moves its names and values in. This object's value must be an object.
+  void MoveMembersIn(JsonValue& layer);
   // RFC 6901 pointer /component/group/key[/index]{/member[/position]}[/property].
   std::string GetPath(const char* property) const;
 
