@@ -113,6 +113,21 @@ class PooledDocument : private PoolOwner, public JsonDocument {
       : PoolOwner(bytes), JsonDocument(&pool, kParseStackBytes, &gBlocks) {}
 };
 
+// The document whose pool another borrows; a base before that document, so
+// that it outlives it.
+struct PoolLender {
+  std::shared_ptr<JsonDocument> owner;
+};
+
+class BorrowingDocument : private PoolLender, public JsonDocument {
+ public:
+  BorrowingDocument(std::shared_ptr<JsonDocument> lender, JsonValue& value)
+      : PoolLender{std::move(lender)},
+        JsonDocument(&owner->GetAllocator(), kParseStackBytes, &gBlocks) {
+    JsonValue::Swap(value);
+  }
+};
+
 // The longest text whose scratch copy is the thread's shared one.
 constexpr size_t kSharedScratchText = 64 * 1024;
 
@@ -360,6 +375,11 @@ std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
   return std::make_shared<PooledDocument>(bytes);
 }
 
+std::shared_ptr<JsonDocument> MoveOntoPoolOf(std::shared_ptr<JsonDocument> owner,
+                                             JsonValue& value) {
+  return std::make_shared<BorrowingDocument>(std::move(owner), value);
+}
+
 bool ParseJson(const char* text, size_t length, JsonDocument& document, std::string* error) {
   if (Accept(text, length, document, error)) return true;
   document.SetNull();
@@ -418,10 +438,24 @@ bool IsUtf8(const char* text, size_t length) {
 }
 
 std::string JsonToString(const JsonValue& value) {
-  rapidjson::StringBuffer buffer;
-  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-  value.Accept(writer);
-  return std::string(buffer.GetString(), buffer.GetSize());
+  // Each thread keeps its buffer and writer, so that a value is written
+  // without making them again and growing the buffer from its smallest
+  // size; a buffer grown past kKeptTextBytes is let go after use.
+  constexpr size_t kKeptTextBytes = 64 * 1024;
+  struct TextOut {
+    rapidjson::StringBuffer buffer{&gBlocks};
+    JsonWriter writer{buffer, &gBlocks};
+  };
+  thread_local TextOut out;
+  out.buffer.Clear();
+  out.writer.Reset(out.buffer);
+  value.Accept(out.writer);
+  std::string text(out.buffer.GetString(), out.buffer.GetSize());
+  if (out.buffer.GetSize() > kKeptTextBytes) {
+    out.buffer.Clear();
+    out.buffer.ShrinkToFit();
+  }
+  return text;
 }
 
 }  // namespace CorvConfigStore

@@ -31,6 +31,13 @@ constexpr int kMaxJsonDepth = 256;
 // memory in proportion to its size, not to the pool's default block.
 std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes = 1024);
 
+// A document holding value, moved out of owner's document (value is left
+// null). Its values stay in owner's pool, which it keeps alive, and what it
+// allocates comes from that pool too: the documents of one pool must be used
+// by one thread at a time, as the pool is.
+std::shared_ptr<JsonDocument> MoveOntoPoolOf(std::shared_ptr<JsonDocument> owner,
+                                             JsonValue& value);
+
 // The block to start the pool of a document parsed from length bytes of
 // text with: room for the parsed values of typical text in one block.
 inline size_t ParsedDocumentBytes(size_t length) { return 2 * length + 64; }

@@ -1,6 +1,7 @@
 // The division of an object's value into its user, vital and cached layers
 // by the per-field "vital" and "cached" tags of its schema.
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -18,7 +19,9 @@ namespace {
 
 enum class Prune { kKeep, kDrop };
 
-// The first block of the pool the layers are copied into.
+// The first block of the pool the layers are copied into, on the stack:
+// the layers of most values fit in it, and a value with nothing tagged
+// copies nothing.
 constexpr size_t kScratchBlockBytes = 4096;
 
 // The "properties" object of a node, or null.
@@ -183,7 +186,9 @@ LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema) {
   // The other layers are still walked; they meet the same nodes in the
   // same order, so a fault of the value is found as before.
   const bool userIsWhole = !schema->MayTagLayers();
-  JsonAllocator scratch(kScratchBlockBytes);
+  alignas(std::max_align_t) char block[kScratchBlockBytes];
+  rapidjson::CrtAllocator blocks;
+  JsonAllocator scratch(block, sizeof block, kScratchBlockBytes, &blocks);
   LayerValues layers;
   Outcomes outcome;
   try {

@@ -50,30 +50,32 @@ void TakeOutNullKeys(JsonValue& root, CsoIdObjectMap& out) {
   }
 }
 
-// A configuration object of id holding a copy of value.
-std::shared_ptr<ConfigStoreObject> MakeObject(const ConfigStoreObjectId& id, const JsonValue& value,
+// A configuration object of id holding value, moved out of the document
+// read from the file, whose pool it keeps.
+std::shared_ptr<ConfigStoreObject> MakeObject(const ConfigStoreObjectId& id, JsonValue& value,
+                                              const std::shared_ptr<JsonDocument>& file,
                                               const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema) {
-  auto copy = NewJsonDocument();
-  copy->CopyFrom(value, copy->GetAllocator());
-  return CreateObject(id, std::make_shared<JsonDoc>(copy), schema, std::nullopt);
+  return CreateObject(id, std::make_shared<JsonDoc>(MoveOntoPoolOf(file, value)), schema,
+                      std::nullopt);
 }
 
 // Places the objects of one key in out: an empty entry of its configuration
 // first, so that its stored instances go, then the singleton's value or each
-// instance under its own instance id.
-void AddKeyObjects(const ConfigStoreObjectId& id, const JsonValue& value,
+// instance under its own instance id. The values move out of file.
+void AddKeyObjects(const ConfigStoreObjectId& id, JsonValue& value,
+                   const std::shared_ptr<JsonDocument>& file,
                    const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
                    CsoIdObjectMap& out) {
   auto schema = cache->GetSchema(id.component, id.group, id.key);
   out[id] = nullptr;
   if (value.IsArray()) {
-    for (const JsonValue& instance : value.GetArray()) {
+    for (JsonValue& instance : value.GetArray()) {
       ConfigStoreObjectId instanceId = WithInstanceId(id, GetInstanceIdFromValue(instance, schema));
-      out[instanceId] = MakeObject(instanceId, instance, schema);
+      out[instanceId] = MakeObject(instanceId, instance, file, schema);
     }
     return;
   }
-  out[id] = MakeObject(id, value, schema);
+  out[id] = MakeObject(id, value, file, schema);
 }
 
 }  // namespace
@@ -81,8 +83,8 @@ void AddKeyObjects(const ConfigStoreObjectId& id, const JsonValue& value,
 bool GetCsoidObjMapFromDocument(const std::string& docString, CsoIdObjectMap& out,
                                 const std::shared_ptr<CorvSchemaStore::SchemaObjectCache>& cache,
                                 std::vector<ErrorInfo>& errors) {
-  std::shared_ptr<JsonDoc> parsed = CreateDocumentFromString(docString);
-  JsonDocument& document = *parsed->GetDocument();
+  std::shared_ptr<JsonDocument> file = CreateDocumentFromString(docString)->GetDocument();
+  JsonDocument& document = *file;
 
   if (!document.IsObject()) {
     CSLogger::Log(0, "Imported document is not of type object.");
@@ -109,8 +111,8 @@ bool GetCsoidObjMapFromDocument(const std::string& docString, CsoIdObjectMap& ou
         for (auto& key : group.value.GetObject()) {
           const std::string keyName = NameOf(key.name);
           location = "/" + componentName + "/" + groupName + "/" + keyName;
-          AddKeyObjects(ConfigStoreObjectId(keyName, groupName, componentName), key.value, cache,
-                        out);
+          AddKeyObjects(ConfigStoreObjectId(keyName, groupName, componentName), key.value, file,
+                        cache, out);
         }
       }
     }
