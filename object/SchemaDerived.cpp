@@ -3,7 +3,6 @@
 
 #include <corvconfigstore/Logger.h>
 
-#include "core/ConfigStoreDocument.h"
 #include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
@@ -20,9 +19,10 @@ std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
 bool FindInstanceIdProperty(const JsonDoc* idMap, const std::string& key, std::string* property) {
   if (idMap == nullptr) return false;
   const JsonValue* map = idMap->GetJsonValuePtr();
-  if (!ConfigStoreDocument::ValueExists(*map, key.c_str())) return false;
-  const JsonValue& found = (*map)[key.c_str()];
-  property->assign(found.GetString(), found.GetStringLength());
+  if (!map->IsObject()) return false;
+  auto found = map->FindMember(key.c_str());
+  if (found == map->MemberEnd()) return false;
+  property->assign(found->value.GetString(), found->value.GetStringLength());
   return true;
 }
 
