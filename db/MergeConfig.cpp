@@ -35,6 +35,15 @@ bool IsFlat(const JsonValue& layer, const JsonDoc* idMap) {
   return true;
 }
 
+// False when text, the JSON of one object, holds no other object: it has
+// no second "{". A layer that may hold one is merged as an object of its
+// own, so that its values are not parsed onto the base's document first
+// and then copied.
+bool MayHoldObjects(const std::string& text) {
+  const size_t first = text.find('{');
+  return first != std::string::npos && text.find('{', first + 1) != std::string::npos;
+}
+
 }  // namespace
 
 Layer OnlyLayer(const ConfigRow& row, Layer main, Layer user) {
@@ -66,14 +75,14 @@ ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
       continue;
     }
     ConfigStoreObjectImpl& target = ImplOf(base);
-    JsonValue value = ParseLayerOn(id, row, layer, target.GetDoc()->GetAllocator());
-    if (IsFlat(value, target.GetIdMap().get())) {
-      target.MoveMembersIn(value);
-      continue;
+    if (!MayHoldObjects(*row.Get(layer))) {
+      JsonValue value = ParseLayerOn(id, row, layer, target.GetDoc()->GetAllocator());
+      if (IsFlat(value, target.GetIdMap().get())) {
+        target.MoveMembersIn(value);
+        continue;
+      }
     }
-    auto document = NewJsonDocument(ParsedDocumentBytes(row.Get(layer)->size()));
-    document->CopyFrom(value, document->GetAllocator());
-    ObjectPtr update = MakeLayerObject(id, schema, row, document);
+    ObjectPtr update = MakeLayerObject(id, schema, row, layer);
     UpdateConfigInternal(update, base, ImplOf(update).GetIdMap());
   }
   return base;

@@ -90,6 +90,10 @@ TEST_F(ReadRowsTest, RowLayersMergeAsTheirObjectsWould) {
        R"({"options":{"rotate":true},"domain":"a"})",
        R"({"hosts":[{"name":"h1","ip":"1.1.1.1"},{"name":"h2"}],"domain":"u"})"},
       {nullptr, nullptr, nullptr, R"({"domain":"only"})"},
+      // Braces in strings, and a list of instances holding none.
+      {R"({"domain":"v{x}","uptime":1})", nullptr, R"({"domain":"a","uptime":2})",
+       R"({"hosts":[],"domain":"u{"})"},
+      {R"({"uptime":1})", R"({"hosts":[]})", nullptr, R"({"domain":"u","lastSync":"}{"})"},
       {nullptr, R"({"servers":["c"]})", nullptr, R"({"servers":[]})"},
   };
   const ConfigStoreObjectId id = Id("dns", "net");
