@@ -35,8 +35,9 @@ std::string ConfigStoreObjectId::toString() const {
 }
 
 bool ConfigStoreObjectId::operator==(const ConfigStoreObjectId& other) const {
-  return key == other.key && component == other.component && group == other.group &&
-         instanceId == other.instanceId;
+  // An object is often made with one identifier as both its own and its root's.
+  return this == &other || (key == other.key && component == other.component &&
+                            group == other.group && instanceId == other.instanceId);
 }
 
 SubObjectId::SubObjectId(const std::string& key, const std::string& id) : key(key), id(id) {}
