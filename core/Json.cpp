@@ -369,6 +369,19 @@ bool Accept(const char* text, size_t length, Sink& sink, std::string* error) {
   return false;
 }
 
+// Accept for a sink that fills in outline, which tells nothing of text that
+// is refused.
+template <typename Sink>
+bool AcceptOutlined(const char* text, size_t length, JsonOutline& outline, Sink& sink,
+                    std::string* error) {
+  outline.isObject = false;
+  outline.holdsExpected = false;
+  if (Accept(text, length, sink, error)) return true;
+  outline.isObject = false;
+  outline.holdsExpected = false;
+  return false;
+}
+
 }  // namespace
 
 std::shared_ptr<JsonDocument> NewJsonDocument(size_t bytes) {
@@ -398,24 +411,14 @@ bool ParseJsonOn(const char* text, size_t length, JsonAllocator& allocator, Json
 }
 
 bool CheckJson(const char* text, size_t length, JsonOutline& outline, std::string* error) {
-  outline.isObject = false;
-  outline.holdsExpected = false;
   OutlineSink sink(outline);
-  if (Accept(text, length, sink, error)) return true;
-  outline.isObject = false;
-  outline.holdsExpected = false;
-  return false;
+  return AcceptOutlined(text, length, outline, sink, error);
 }
 
 bool CopyJsonWithoutGeneratedIds(const char* text, size_t length, JsonOutline& outline,
                                  JsonWriter& out, std::string* error) {
-  outline.isObject = false;
-  outline.holdsExpected = false;
   CopySink sink(outline, out);
-  if (Accept(text, length, sink, error)) return true;
-  outline.isObject = false;
-  outline.holdsExpected = false;
-  return false;
+  return AcceptOutlined(text, length, outline, sink, error);
 }
 
 bool IsUtf8(const char* text, size_t length) {

@@ -20,10 +20,10 @@ JsonDoc::JsonDoc(std::shared_ptr<JsonDocument> document, std::vector<JsonNode> p
                          : std::make_unique<const std::vector<JsonNode>>(std::move(path))) {}
 
 JsonDoc::JsonDoc(std::string_view checkedText)
-    : text_(std::make_unique<char[]>(checkedText.size())),
-      length_(static_cast<uint32_t>(checkedText.size())),
-      state_(kDeferred) {
+    : length_(static_cast<uint32_t>(checkedText.size())), state_(kDeferred) {
+  // Refused before any room is taken for it.
   if (length_ != checkedText.size()) ThrowGeneral("JSON text too long.");
+  text_ = std::make_unique<char[]>(length_);
   std::copy(checkedText.begin(), checkedText.end(), text_.get());
 }
 
