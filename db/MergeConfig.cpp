@@ -2,6 +2,8 @@
 // member by member; lists of instances merge instance by instance.
 #include "db/MergeConfig.h"
 
+#include <array>
+
 #include "core/ConfigStoreDocument.h"
 #include "object/ConfigStoreObjectImpl.h"
 #include "object/MergeObject.h"
@@ -44,11 +46,16 @@ bool MayHoldObjects(const std::string& text) {
   return first != std::string::npos && text.find('{', first + 1) != std::string::npos;
 }
 
+// The layers of a row in the order they merge, each over those before it.
+std::array<Layer, 4> MergeOrder(Layer main, Layer user) {
+  return {Layer::kVital, Layer::kCached, main, user};
+}
+
 }  // namespace
 
 Layer OnlyLayer(const ConfigRow& row, Layer main, Layer user) {
   Layer only = Layer::kNone;
-  for (Layer layer : {Layer::kVital, Layer::kCached, main, user}) {
+  for (Layer layer : MergeOrder(main, user)) {
     if (!row.Has(layer)) continue;
     if (only != Layer::kNone) return Layer::kNone;
     only = layer;
@@ -68,7 +75,7 @@ ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,
   // member, without becoming an object of its own: that is most layers. It
   // is parsed onto the base's document, so its members move in uncopied.
   ObjectPtr base;
-  for (Layer layer : {Layer::kVital, Layer::kCached, main, user}) {
+  for (Layer layer : MergeOrder(main, user)) {
     if (!row.Has(layer)) continue;
     if (!base) {
       base = MakeLayerObject(id, schema, row, layer);

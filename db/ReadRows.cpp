@@ -19,9 +19,8 @@ Layer CallerLayer(const ConfigRow& row, USERDATA_CONTEXT context, bool duringBoo
 }
 
 ObjectPtr MergeCurrent(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                       const ConfigRow& row, const OperationContext& op,
-                       Parse parse = Parse::kNow) {
-  return MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op), parse);
+                       const ConfigRow& row, const OperationContext& op) {
+  return MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op));
 }
 
 void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
@@ -41,11 +40,12 @@ void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
   const bool byText = takeText && filter->IsEmpty();
   ForEachInstanceRow(conn, GET_INSTANCES, id, [&](const ConfigRow& row) {
     const ConfigStoreObjectId instance = WithInstanceId(id, row.identifier);
+    const Layer user = RunTimeUserLayer(row, op);
     if (byText) {
-      const Layer only = OnlyLayer(row, Layer::kAutoConf, RunTimeUserLayer(row, op));
+      const Layer only = OnlyLayer(row, Layer::kAutoConf, user);
       if (only != Layer::kNone && takeText(instance, *row.Get(only))) return;
     }
-    offer(MergeCurrent(instance, schema, row, op, parse));
+    offer(MergeRowLayers(instance, schema, row, Layer::kAutoConf, user, parse));
   });
 }
 
