@@ -124,8 +124,7 @@ void ExportTo(std::vector<std::shared_ptr<FilterSpecObject>> filters, const Text
     auto add = [&document](const ConfigStoreObjectId& id, const ConfigStoreObject* object) {
       document.Add(id, object);
     };
-    // Copied text is compact: the indented layout writes objects.
-    if constexpr (!std::is_same_v<Writer, CompactSinkWriter>) {
+    if constexpr (!kTakesCompactText<Writer>) {
       ForEachExported(filters, add);
     } else {
       ForEachExported(filters, add,
@@ -155,9 +154,7 @@ void ExportInstancesTo(const std::shared_ptr<FilterSpecObject>& filter, const Te
       ValidateCsoIdInstances(filter, op.Schema());
       rapidjson::StringBuffer copy;
       StoredTextTaker takeText;
-      // Copied text is compact: the indented layout writes objects.
-      if constexpr (std::is_same_v<std::remove_reference_t<decltype(writer)>,
-                                   CompactSinkWriter>) {
+      if constexpr (kTakesCompactText<decltype(writer)>) {
         takeText = [&](const ConfigStoreObjectId& id, const std::string& text) {
           if (!CopyStoredValue(id, text, op.Schema(), copy)) return false;
           writer.CompactValue(copy.GetString(), copy.GetSize(), rapidjson::kObjectType);

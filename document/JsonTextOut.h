@@ -5,6 +5,7 @@
 #include <corvconfigstore/ImportExport.h>
 
 #include <cstddef>
+#include <type_traits>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -78,6 +79,12 @@ class CompactSinkWriter : public rapidjson::Writer<SinkStream> {
  private:
   SinkStream& stream_;
 };
+
+// True for a writer that takes stored text as it stands (CompactValue): the
+// compact one. The indented layout writes values from objects.
+template <typename Writer>
+constexpr bool kTakesCompactText =
+    std::is_same_v<std::remove_reference_t<Writer>, CompactSinkWriter>;
 
 // Calls write with a rapidjson writer of layout on sink (a CompactSinkWriter,
 // compact as JsonToString writes, or indented by two spaces) and hands the
