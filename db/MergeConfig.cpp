@@ -53,6 +53,18 @@ std::array<Layer, 4> MergeOrder(Layer main, Layer user) {
 
 }  // namespace
 
+bool MergeSameLayers(const ConfigRow& row, Layer main, Layer user, Layer otherMain,
+                     Layer otherUser) {
+  auto present = [&row](Layer first, Layer second) {
+    std::array<Layer, 4> layers{};
+    size_t count = 0;
+    for (Layer layer : MergeOrder(first, second))
+      if (row.Has(layer)) layers[count++] = layer;
+    return layers;
+  };
+  return present(main, user) == present(otherMain, otherUser);
+}
+
 Layer OnlyLayer(const ConfigRow& row, Layer main, Layer user) {
   Layer only = Layer::kNone;
   for (Layer layer : MergeOrder(main, user)) {

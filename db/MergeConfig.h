@@ -20,6 +20,12 @@ enum class Parse { kNow, kOnFirstUse };
 // it has none or several.
 Layer OnlyLayer(const ConfigRow& row, Layer main, Layer user);
 
+// Whether MergeRowLayers(row, main, user) and MergeRowLayers(row, otherMain,
+// otherUser) merge the same layers of row in the same order, and so build
+// equal objects.
+bool MergeSameLayers(const ConfigRow& row, Layer main, Layer user, Layer otherMain,
+                     Layer otherUser);
+
 // The object of one row: the vital layer as base, then the cached layer,
 // main and user (either may be Layer::kNone) merged over it.
 ObjectPtr MergeRowLayers(const ConfigStoreObjectId& id, const SchemaPtr& schema,

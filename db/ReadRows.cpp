@@ -18,11 +18,6 @@ Layer CallerLayer(const ConfigRow& row, USERDATA_CONTEXT context, bool duringBoo
   return duringBoot ? ConfirmedUserLayer(row) : RunTimeUserLayer(row, op);
 }
 
-ObjectPtr MergeCurrent(const ConfigStoreObjectId& id, const SchemaPtr& schema,
-                       const ConfigRow& row, const OperationContext& op) {
-  return MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op));
-}
-
 void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
                           const Connection& conn, const SchemaPtr& schema,
                           const OperationContext& op, Parse parse,
@@ -53,7 +48,8 @@ void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
 
 ObjectPtr GetInternal(const ConfigStoreObjectId& id, const Connection& conn,
                       const SchemaPtr& schema, const OperationContext& op) {
-  return MergeCurrent(id, schema, ReadObjectRow(conn, READ_TABLE_CONFIG, id), op);
+  const ConfigRow row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
+  return MergeRowLayers(id, schema, row, Layer::kAutoConf, RunTimeUserLayer(row, op));
 }
 
 ObjectPtr GetConfigByBootAndContext(const ConfigStoreObjectId& id, const SchemaPtr& schema,
@@ -70,12 +66,15 @@ StoredObject GetForUpdateInternal(const ConfigStoreObjectId& id, const SchemaPtr
                                   const Connection& conn) {
   const bool duringBoot = op.DuringBoot();
   ConfigRow row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
-  // Each view merges into layer objects of its own, so the two never share
-  // a document.
+  const Layer user = RunTimeUserLayer(row, op);
+  const Layer caller = CallerLayer(row, context, duringBoot, op);
   StoredObject stored;
-  stored.current = MergeCurrent(id, schema, row, op);
-  stored.callerView =
-      MergeRowLayers(id, schema, row, CallerLayer(row, context, duringBoot, op), Layer::kNone);
+  stored.current = MergeRowLayers(id, schema, row, Layer::kAutoConf, user);
+  // Views of different layers merge into layer objects of their own, so the
+  // two never share a document; views of the same layers are one object.
+  stored.callerView = MergeSameLayers(row, Layer::kAutoConf, user, caller, Layer::kNone)
+                          ? stored.current
+                          : MergeRowLayers(id, schema, row, caller, Layer::kNone);
   return stored;
 }
 

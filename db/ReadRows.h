@@ -26,6 +26,8 @@ ObjectPtr GetConfigByBootAndContext(const ConfigStoreObjectId& id, const SchemaP
 // What an update starts from, from one read of the row: the current object
 // (as GetInternal builds it) and the caller's own view of the row (as
 // GetConfigByBootAndContext builds it); both empty when there is no row.
+// When the row holds the same layers for both views (no auto-configuration
+// layer beside the caller's user layer, say), callerView is current itself.
 struct StoredObject {
   ObjectPtr current;
   ObjectPtr callerView;

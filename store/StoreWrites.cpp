@@ -104,11 +104,14 @@ void ConfigStoreImpl::Update(std::shared_ptr<ConfigStoreObject> object,
     MergeUpdate(object, stored.current);
     ValidateSet(schema, stored.current);
     // A row whose caller's layer is still empty gets that layer from the
-    // update alone.
+    // update alone. A caller's view that is the current object already holds
+    // the update, cleaned by the check.
     ObjectPtr layer =
         stored.callerView ? stored.callerView : std::make_shared<ConfigStoreObject>(op.Id());
-    MergeUpdate(object, layer);
-    CleanupObject(layer, schema);
+    if (layer != stored.current) {
+      MergeUpdate(object, layer);
+      CleanupObject(layer, schema);
+    }
     UpdateByContextInternal(layer, schema, updateContext, connection_);
   });
   op.Notify();

@@ -237,6 +237,60 @@ TEST_F(ReadRowsTest, ContextReadReportsAnUnreadableBootSwitch) {
                      "Failed to read value from database."));
 }
 
+// An update reads both views of its row at once. Where the row holds the
+// same layers for both, they are one object; where it does not, each is
+// built as its own read would build it, in a document of its own.
+TEST_F(ReadRowsTest, UpdateViewsAreOneObjectOnlyWhenTheyMergeTheSameLayers) {
+  const ConfigStoreObjectId id = Id("dns", "net");
+  auto views = [&](USERDATA_CONTEXT context) {
+    return GetForUpdateInternal(id, Schema(id), context, OperationContext(), conn_);
+  };
+  auto expectApart = [&](const StoredObject& stored, USERDATA_CONTEXT context) {
+    ASSERT_TRUE(stored.current && stored.callerView);
+    EXPECT_NE(stored.current, stored.callerView);
+    EXPECT_NE(&ImplOf(stored.current).GetDoc()->GetAllocator(),
+              &ImplOf(stored.callerView).GetDoc()->GetAllocator());
+    EXPECT_EQ(GetInternal(id, conn_, Schema(id), OperationContext())->GetData(),
+              stored.current->GetData());
+    EXPECT_EQ(GetConfigByBootAndContext(id, Schema(id), context, OperationContext(), conn_)
+                  ->GetData(),
+              stored.callerView->GetData());
+  };
+  // Every layer: each view leaves out a layer the other merges.
+  InsertLayeredRow("1");
+  expectApart(views(EXTERNAL), EXTERNAL);
+  expectApart(views(INTERNAL), INTERNAL);
+
+  // No auto-configuration layer: an external caller's view is the current
+  // object; an internal caller's view still lacks the user layer.
+  ASSERT_EQ(Exec("UPDATE Config SET AutoConfValue = NULL"), "");
+  StoredObject external = views(EXTERNAL);
+  ASSERT_TRUE(external.current);
+  EXPECT_EQ(external.current, external.callerView);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"user","servers":["u"],"uptime":1,"lastSync":"c"})",
+                        Json(external.current)));
+  expectApart(views(INTERNAL), INTERNAL);
+
+  // No user layer either: both callers see vital and cached alone.
+  ASSERT_EQ(Exec("UPDATE Config SET UserValue = NULL"), "");
+  for (USERDATA_CONTEXT context : {EXTERNAL, INTERNAL}) {
+    StoredObject stored = views(context);
+    ASSERT_TRUE(stored.current);
+    EXPECT_EQ(stored.current, stored.callerView);
+    EXPECT_TRUE(JsonEqual(R"({"domain":"cached","uptime":1,"lastSync":"c"})",
+                          Json(stored.current)));
+  }
+
+  // During boot an external caller reads the confirmed user layer only:
+  // unconfirmed, the row's user layer is in neither view.
+  ASSERT_EQ(Exec(R"(UPDATE Config SET UserValue = '{"domain":"u"}', Success = 0)"), "");
+  SetKeyValue("IS_BOOT", "true");
+  StoredObject booting = views(EXTERNAL);
+  EXPECT_EQ(booting.current, booting.callerView);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"cached","uptime":1,"lastSync":"c"})",
+                        Json(booting.current)));
+}
+
 TEST_F(ReadRowsTest, InstancesAreReadEachAsGetInternalThenFiltered) {
   InsertRow(Id("iface", "net", "eth0"), "Success, UserValue, VitalValue",
             R"(1, '{"name":"eth0","mtu":1500}', '{"name":"eth0","speed":10}')");

@@ -243,6 +243,20 @@ TEST_F(StoreWritesTest, UpdateWritesOnlyTheCallersLayer) {
                         store_->Get(kDns)->GetData()));
 }
 
+TEST_F(StoreWritesTest, ExternalUpdateLeavesTheAutoConfigurationOutOfTheUserLayer) {
+  store_->Set(MakeObject(kDns, R"({"domain":"user.org","uptime":1})"), EXTERNAL);
+  store_->Update(MakeObject(kDns, R"({"ttl":30,"options":{"rotate":true}})"), INTERNAL);
+  // The merged whole holds the auto-configured members; the user layer
+  // written takes only the stored user layer and the update.
+  store_->Update(MakeObject(kDns, R"({"domain":"b.org","options":{}})"), EXTERNAL);
+  EXPECT_TRUE(JsonEqual(R"({"domain":"b.org"})", raw_->Column(kDns, "UserValue")));
+  EXPECT_TRUE(JsonEqual(R"({"ttl":30,"options":{"rotate":true}})",
+                        raw_->Column(kDns, "AutoConfValue")));
+  EXPECT_TRUE(JsonEqual(R"({"uptime":1})", raw_->Column(kDns, "VitalValue")));
+  EXPECT_TRUE(JsonEqual(R"({"domain":"b.org","ttl":30,"options":{"rotate":true},"uptime":1})",
+                        store_->Get(kDns)->GetData()));
+}
+
 // Counts the statements run on a connection that read rows of the Config
 // table, from the moment it is made until it goes out of scope.
 class ConfigReadCounter {
