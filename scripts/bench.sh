@@ -41,7 +41,6 @@ for executable in "${executables[@]}"; do
     --benchmark_filter="$filter" \
     --benchmark_format=json \
     --benchmark_repetitions="${BENCH_REPETITIONS:-3}" \
-    --benchmark_enable_random_interleaving=true \
     --benchmark_report_aggregates_only=true \
     --benchmark_min_time="${BENCH_MIN_TIME:-0.2}" >"$results/$executable.json"
 done
