@@ -134,8 +134,8 @@ bool SchemaObjectCache::State::ReadDataVersion(int64_t* version) {
 }
 
 void SchemaObjectCache::State::Refresh() {
-  std::string current = DBStore::SchemaStorePath();
-  if (current != path) {
+  const char* current = DBStore::SchemaStorePath();
+  if (path != current) {
     Forget();
     path = current;
   }
@@ -272,8 +272,8 @@ std::shared_ptr<SchemaStore> SchemaStore::GetStore() {
   static std::shared_ptr<SchemaStore> store;
   static std::string path;
   std::lock_guard<std::mutex> lock(mutex);
-  std::string current = DBStore::SchemaStorePath();
-  if (!store || current != path) {
+  const char* current = DBStore::SchemaStorePath();
+  if (!store || path != current) {
     store = std::make_shared<SchemaStore>();
     path = current;
   }

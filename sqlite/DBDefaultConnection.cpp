@@ -14,7 +14,7 @@ const char* const kDefaultSchemaStorePath = "/etc/velmo/configstore/schema-store
 
 namespace {
 
-std::string PathFromEnvironment(const char* variable, const char* fallback) {
+const char* PathFromEnvironment(const char* variable, const char* fallback) {
   const char* value = std::getenv(variable);
   return value != nullptr && *value != '\0' ? value : fallback;
 }
@@ -31,11 +31,11 @@ thread_local DefaultConnection tDefault;
 
 }  // namespace
 
-std::string ConfigStorePath() {
+const char* ConfigStorePath() {
   return PathFromEnvironment("CORV_CONFIGSTORE_DB", kDefaultConfigStorePath);
 }
 
-std::string SchemaStorePath() {
+const char* SchemaStorePath() {
   return PathFromEnvironment("CORV_SCHEMASTORE_DB", kDefaultSchemaStorePath);
 }
 
@@ -53,9 +53,9 @@ std::shared_ptr<StoreConnection> GetConnection(Type type, std::string* reason) {
 }
 
 std::shared_ptr<StoreConnection> GetDefaultConnection(std::string* reason) {
-  std::string path = ConfigStorePath();
+  const char* path = ConfigStorePath();
   struct stat status;
-  if (stat(path.c_str(), &status) != 0) {
+  if (stat(path, &status) != 0) {
     tDefault = DefaultConnection();
     return nullptr;
   }

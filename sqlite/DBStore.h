@@ -34,11 +34,13 @@ extern const char* const kDefaultConfigStorePath;  // "/etc/velmo/configstore/cu
 extern const char* const kDefaultSchemaStorePath;  // "/etc/velmo/configstore/schema-store-1"
 
 // Path of the store database (CORV_CONFIGSTORE_DB, or the default when it is
-// unset or empty).
-std::string ConfigStorePath();
+// unset or empty). The text is the environment's own, as getenv gives it:
+// valid until the variable changes. The checks made on every operation
+// compare it with the path they hold without copying it.
+const char* ConfigStorePath();
 // Path of the schema store database (CORV_SCHEMASTORE_DB, or the default
-// when it is unset or empty).
-std::string SchemaStorePath();
+// when it is unset or empty); the text as ConfigStorePath's.
+const char* SchemaStorePath();
 
 // A fixed statement text. Immutable, so one object may serve every thread
 // and connection; each connection prepares it once and keeps it.

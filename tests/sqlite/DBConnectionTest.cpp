@@ -55,12 +55,12 @@ TEST(DBConnection, UnknownTypeGivesNull) {
 TEST(DBConnection, PathsComeFromTheEnvironmentOrTheDefaults) {
   setenv("CORV_CONFIGSTORE_DB", "/tmp/a-store", 1);
   setenv("CORV_SCHEMASTORE_DB", "/tmp/a-schema-store", 1);
-  EXPECT_EQ("/tmp/a-store", DBStore::ConfigStorePath());
-  EXPECT_EQ("/tmp/a-schema-store", DBStore::SchemaStorePath());
+  EXPECT_STREQ("/tmp/a-store", DBStore::ConfigStorePath());
+  EXPECT_STREQ("/tmp/a-schema-store", DBStore::SchemaStorePath());
   setenv("CORV_CONFIGSTORE_DB", "", 1);
   unsetenv("CORV_SCHEMASTORE_DB");
-  EXPECT_EQ("/etc/velmo/configstore/current-store-1", DBStore::ConfigStorePath());
-  EXPECT_EQ("/etc/velmo/configstore/schema-store-1", DBStore::SchemaStorePath());
+  EXPECT_STREQ("/etc/velmo/configstore/current-store-1", DBStore::ConfigStorePath());
+  EXPECT_STREQ("/etc/velmo/configstore/schema-store-1", DBStore::SchemaStorePath());
 }
 
 TEST_F(StoreTest, ConnectionRunsInWalModeWithFullSync) {
