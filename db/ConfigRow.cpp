@@ -5,8 +5,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "core/Json.h"
 #include "core/Throw.h"
@@ -66,16 +68,44 @@ const char* LayerColumn(Layer layer) {
   return "";
 }
 
-// Fills rows from the result columns of one execution. The columns of a
-// statement are the same in every row, so their names are matched once.
+// The row field of each result column of statement. A statement's column
+// names follow from its text (every statement of the store names its
+// columns), so a thread matches the names of a text once, on its first
+// row, and keeps them; a text whose column count changed (a table altered
+// under a statement that selects every column) is matched again, into a
+// new list, as an execution of the text may still be reading the old one.
+using Columns = std::vector<const ColumnName*>;
+std::shared_ptr<const Columns> ResolvedColumns(const std::string& statement, int count,
+                                               char** names) {
+  static const std::unordered_map<std::string_view, const ColumnName*> kByName = [] {
+    std::unordered_map<std::string_view, const ColumnName*> byName;
+    for (const ColumnName& column : kColumns) byName.emplace(column.name, &column);
+    return byName;
+  }();
+  static constexpr ColumnName kUnknown = {"", Field::kIgnored, Layer::kNone};
+  thread_local std::unordered_map<std::string, std::shared_ptr<const Columns>> resolved;
+  std::shared_ptr<const Columns>& known = resolved[statement];
+  if (known && known->size() == static_cast<size_t>(count)) return known;
+  auto columns = std::make_shared<Columns>(static_cast<size_t>(count), &kUnknown);
+  for (int i = 0; i < count; ++i) {
+    auto found = kByName.find(names[i]);
+    if (found != kByName.end()) (*columns)[static_cast<size_t>(i)] = found->second;
+  }
+  known = columns;
+  return known;
+}
+
+// Fills rows from the result columns of one execution of statement.
 class RowFiller {
  public:
+  explicit RowFiller(const DBStore::SqlStatement& statement) : statement_(statement.Text()) {}
+
   void Fill(ConfigRow& row, int count, char** values, char** names) {
-    if (columns_.empty()) Resolve(count, names);
+    if (!columns_) columns_ = ResolvedColumns(statement_, count, names);
     row.found = true;
     for (int i = 0; i < count; ++i) {
       if (values[i] == nullptr) continue;
-      const ColumnName& column = *columns_[static_cast<size_t>(i)];
+      const ColumnName& column = *(*columns_)[static_cast<size_t>(i)];
       const char* value = values[i];
       switch (column.field) {
         case Field::kIgnored: break;
@@ -97,22 +127,8 @@ class RowFiller {
   }
 
  private:
-  void Resolve(int count, char** names) {
-    // Every read resolves its columns once: a hash lookup each, not a scan.
-    static const std::unordered_map<std::string_view, const ColumnName*> kByName = [] {
-      std::unordered_map<std::string_view, const ColumnName*> byName;
-      for (const ColumnName& column : kColumns) byName.emplace(column.name, &column);
-      return byName;
-    }();
-    static constexpr ColumnName kUnknown = {"", Field::kIgnored, Layer::kNone};
-    columns_.assign(static_cast<size_t>(count), &kUnknown);
-    for (int i = 0; i < count; ++i) {
-      auto found = kByName.find(names[i]);
-      if (found != kByName.end()) columns_[static_cast<size_t>(i)] = found->second;
-    }
-  }
-
-  std::vector<const ColumnName*> columns_;
+  const std::string& statement_;
+  std::shared_ptr<const Columns> columns_;
 };
 
 // Runs statement and fills, from each result row, the row next gives. A
@@ -121,7 +137,7 @@ class RowFiller {
 template <typename Next, typename Failed>
 void Collect(const Connection& conn, const DBStore::SqlStatement& statement,
              const DBStore::SqlParams& params, Failed failed, Next next) {
-  RowFiller filler;
+  RowFiller filler(statement);
   if (DBStore::ExecuteStmt(
           conn, statement, params,
           [&](int count, char** values, char** names) {
@@ -160,7 +176,7 @@ template <typename Failed>
 void VisitRows(const Connection& conn, const DBStore::SqlStatement& statement,
                const DBStore::SqlParams& params, Failed failed,
                const std::function<void(const ConfigRow&)>& visit) {
-  RowFiller filler;
+  RowFiller filler(statement);
   ConfigRow row;
   if (DBStore::ExecuteStmt(
           conn, statement, params,

@@ -115,6 +115,27 @@ TEST_F(ReadRowsTest, RowLayersMergeAsTheirObjectsWould) {
             nullptr);
 }
 
+// A thread matches a statement's column names once; a statement whose
+// columns change with its table is matched again.
+TEST_F(ReadRowsTest, RowsFollowTheColumnsOfTheirStatement) {
+  ASSERT_EQ(Exec("CREATE TABLE Extra (Identifier TEXT, Revision INTEGER)"), "");
+  ASSERT_EQ(Exec("INSERT INTO Extra VALUES ('a', 4)"), "");
+  const DBStore::SqlStatement every("SELECT * FROM Extra");
+  const DBStore::SqlStatement reversed("SELECT Revision, Identifier FROM Extra");
+  for (const DBStore::SqlStatement* statement : {&every, &reversed, &every}) {
+    CorvConfigStore::ConfigRow row = ReadRow(conn_, *statement, {}, "failed");
+    EXPECT_EQ(row.identifier, "a") << statement->Text();
+    EXPECT_EQ(row.revision, 4) << statement->Text();
+    EXPECT_EQ(row.version, "") << statement->Text();
+  }
+  ASSERT_EQ(Exec("ALTER TABLE Extra ADD COLUMN Version TEXT"), "");
+  ASSERT_EQ(Exec("UPDATE Extra SET Version = '2.0'"), "");
+  CorvConfigStore::ConfigRow row = ReadRow(conn_, every, {}, "failed");
+  EXPECT_EQ(row.identifier, "a");
+  EXPECT_EQ(row.revision, 4);
+  EXPECT_EQ(row.version, "2.0");
+}
+
 TEST_F(ReadRowsTest, UnconfirmedRowHasNoUserValueOutsideAnUpgrade) {
   InsertLayeredRow("0", R"('{"domain":"desired"}')");
   ConfigStoreObjectId id = Id("dns", "net");
