@@ -2,7 +2,9 @@
 // Set (every layer), Update (read, merge, write back in one transaction) and
 // SetInstances of 1 000 instances (every instance of a key replaced in one
 // transaction). Every write commits once, and with synchronous=FULL each
-// commit syncs the log: both sides pay that one fsync.
+// commit syncs the log: both sides pay that one fsync. SwitchReads times
+// the two key-value reads the library must make around a write, which the
+// write twins leave out.
 //
 // The raw twins parse the same JSON text the library is given, split it by
 // the schema's layer tags where the library does, serialise the layers and
@@ -11,12 +13,15 @@
 #include <benchmark/benchmark.h>
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/HostOperations.h>
+#include <corvconfigstore/KeyValue.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "db/Statements.h"
+#include "sqlite/DBStore.h"
 #include "support/BenchData.h"
 #include "support/BenchStore.h"
 #include "support/RawRows.h"
@@ -123,6 +128,88 @@ void RawUpdate(benchmark::State& state) {
   ExpectHostStored(state, store, timeoutSeconds);
 }
 
+// The switch reads run after a durable write each; a fixed count keeps the
+// untimed writes to a few seconds. Only the reads are timed, by the case
+// itself (pausing the benchmark's timer costs more than a read).
+constexpr int kSwitchReadIterations = 2000;
+
+// A durable write of the singleton's user layer on the raw connection: what
+// every write leaves for the switch reads that follow it, a log changed by
+// another connection.
+class UntimedWrite {
+ public:
+  explicit UntimedWrite(BenchStore& store)
+      : id_(HostId()),
+        version_(LayoutOf(SchemaOf(kHostKey)).version),
+        user_(HostUserJson(1)),
+        write_(store.Raw(), Sql::kWriteUserLayer) {}
+
+  void Run() {
+    write_.BindRowKey(id_, version_);
+    write_.BindInt(6, 1);
+    write_.BindText(7, user_);
+    write_.Run();
+  }
+
+ private:
+  const CorvConfigStore::ConfigStoreObjectId id_;
+  const std::string version_;
+  const std::string user_;
+  RawStatement write_;
+};
+
+// Times reads, run after each untimed write, as the iteration's time.
+template <typename Reads>
+void TimeAfterWrites(benchmark::State& state, UntimedWrite& write, Reads reads) {
+  for (auto _ : state) {
+    write.Run();
+    const auto start = std::chrono::steady_clock::now();
+    reads();
+    state.SetIterationTime(
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+  }
+}
+
+// The bench store sets neither switch: a read that finds one on is wrong.
+void ExpectSwitchesOff(benchmark::State& state, bool anyOn) {
+  if (anyOn) state.SkipWithError("a switch read as on in a store that sets none");
+}
+
+// "IS_BOOT" (read before a write of user data) and "NOTIFY_NEXD" (after
+// every write), each through the thread's default connection.
+void LibSwitchReads(benchmark::State& state) {
+  BenchStore& store = WriteStore();
+  UntimedWrite write(store);
+  bool anyOn = false;
+  TimeAfterWrites(state, write, [&anyOn] {
+    anyOn |= CorvConfigStore::IsBoot();
+    anyOn |= CorvConfigStore::IsNexdNotificationEnabled();
+  });
+  ExpectSwitchesOff(state, anyOn);
+}
+
+// The library's key-value read, run for each switch on a second
+// connection.
+void RawSwitchReads(benchmark::State& state) {
+  BenchStore& store = WriteStore();
+  UntimedWrite write(store);
+  sqlite3* reader = OpenRaw(store.Path());
+  bool anyOn = false;
+  {
+    RawStatement read(reader, DBStore::kReadKeyValueSql);
+    const std::string keys[] = {"IS_BOOT", "NOTIFY_NEXD"};
+    TimeAfterWrites(state, write, [&] {
+      for (const std::string& key : keys) {
+        read.BindText(1, key);
+        anyOn |= read.Step() && std::string(read.Text(0)) == "true";
+        read.Reset();
+      }
+    });
+  }
+  sqlite3_close(reader);
+  ExpectSwitchesOff(state, anyOn);
+}
+
 // The texts of the instances every SetInstances writes, made once.
 const std::vector<std::string>& PortTexts() {
   static const std::vector<std::string> texts = [] {
@@ -187,6 +274,8 @@ BENCHMARK(LibSet)->Name("Lib/Set")->UseRealTime();
 BENCHMARK(RawSet)->Name("Raw/Set")->UseRealTime();
 BENCHMARK(LibUpdate)->Name("Lib/Update")->UseRealTime();
 BENCHMARK(RawUpdate)->Name("Raw/Update")->UseRealTime();
+BENCHMARK(LibSwitchReads)->Name("Lib/SwitchReads")->Iterations(kSwitchReadIterations)->UseManualTime();
+BENCHMARK(RawSwitchReads)->Name("Raw/SwitchReads")->Iterations(kSwitchReadIterations)->UseManualTime();
 BENCHMARK(LibSetInstances)->Name("Lib/SetInstances")->Arg(kSetInstancesCount)->UseRealTime();
 BENCHMARK(RawSetInstances)->Name("Raw/SetInstances")->Arg(kSetInstancesCount)->UseRealTime();
 

@@ -59,7 +59,8 @@ def operation(run_name):
     Google Benchmark adds."""
     parts = run_name.split("/")
     side, rest = parts[0], [p for p in parts[1:]
-                            if p != "real_time" and not p.startswith("iterations:")]
+                            if p not in ("real_time", "manual_time")
+                            and not p.startswith("iterations:")]
     return side, "/".join(rest)
 
 

@@ -3,9 +3,11 @@
 
 namespace DBStore {
 
+const char kReadKeyValueSql[] = "SELECT Value FROM KeyValue WHERE Key = ?";
+
 int ReadKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::string& key,
                  std::string& value) {
-  static const SqlStatement kRead("SELECT Value FROM KeyValue WHERE Key = ?");
+  static const SqlStatement kRead(kReadKeyValueSql);
   std::string found;
   int status = ExecuteStmt(
       connection, kRead, {SqlParam::Text(key)},

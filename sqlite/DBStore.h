@@ -144,6 +144,8 @@ int CommitTransaction(const std::shared_ptr<StoreConnection>& connection);
 int CancelTransaction(const std::shared_ptr<StoreConnection>& connection);
 
 // The key-value table. Reading an absent key succeeds with the empty text.
+// The statement ReadKeyValue runs, with the key as its parameter.
+extern const char kReadKeyValueSql[];
 int ReadKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::string& key,
                  std::string& value);
 int WriteKeyValue(const std::shared_ptr<StoreConnection>& connection, const std::string& key,
