@@ -13,7 +13,6 @@
 #include "core/Json.h"
 #include "core/Throw.h"
 #include "object/ConfigStoreObjectImpl.h"
-#include "object/SchemaDerived.h"
 #include "schema/SchemaStore.h"
 #include "core/JsonDoc.h"
 #include "sqlite/DBError.h"
@@ -323,10 +322,11 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
 }
 
 StoredValueCheck::StoredValueCheck(const ConfigStoreObjectId& id, const SchemaPtr& schema)
-    : hasSchema_(schema != nullptr),
-      hasIdProperty_(schema && FindInstanceIdProperty(schema->SharedInstanceIdMap().get(),
-                                                      id.key, &idProperty_)) {
-  outline_.member = idProperty_;
+    : hasSchema_(schema != nullptr) {
+  // The schema found the property once, for every row of its key.
+  const std::string* idProperty = schema ? schema->KeyInstanceIdEntry() : nullptr;
+  hasIdProperty_ = idProperty != nullptr;
+  if (hasIdProperty_) outline_.member = *idProperty;
   outline_.expected = id.instanceId;
 }
 

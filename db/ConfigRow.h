@@ -160,8 +160,8 @@ ObjectPtr MakeLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema
 // text, StandsAsRead answers.
 class StoredValueCheck {
  public:
-  // Without a schema no text stands as read: the object looks the schema
-  // up itself.
+  // schema is the key schema of id's key. Without a schema no text stands
+  // as read: the object looks the schema up itself.
   StoredValueCheck(const ConfigStoreObjectId& id, const SchemaPtr& schema);
   StoredValueCheck(const StoredValueCheck&) = delete;
   StoredValueCheck& operator=(const StoredValueCheck&) = delete;
@@ -172,7 +172,6 @@ class StoredValueCheck {
   }
 
  private:
-  std::string idProperty_;
   bool hasSchema_;
   bool hasIdProperty_;
   JsonOutline outline_;

@@ -10,6 +10,7 @@
 #include "core/Throw.h"
 #include "object/SchemaDerived.h"
 #include "core/ConfigStoreDocument.h"
+#include "schema/SchemaNodes.h"
 #include "schema/SchemaStore.h"
 
 namespace CorvConfigStore {
@@ -92,7 +93,7 @@ const JsonValue* ConfigStoreObjectImpl::GetValuePtrDefault(const char* key,
 }
 
 bool ConfigStoreObjectImpl::FindIdProperty(const std::string& key, std::string* idProp) const {
-  return FindInstanceIdProperty(idMap_.get(), key, idProp);
+  return CorvSchemaStore::FindInstanceIdProperty(idMap_.get(), key, idProp);
 }
 
 void ConfigStoreObjectImpl::SetInstanceIdFromCsoId() {

@@ -16,16 +16,6 @@ std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
   return schema->SharedInstanceIdMap();
 }
 
-bool FindInstanceIdProperty(const JsonDoc* idMap, const std::string& key, std::string* property) {
-  if (idMap == nullptr) return false;
-  const JsonValue* map = idMap->GetJsonValuePtr();
-  if (!map->IsObject()) return false;
-  auto found = map->FindMember(key.c_str());
-  if (found == map->MemberEnd()) return false;
-  property->assign(found->value.GetString(), found->value.GetStringLength());
-  return true;
-}
-
 std::shared_ptr<JsonDoc> GetDefaultsFromSchema(
     const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema) {
   if (!schema) {

@@ -20,10 +20,6 @@ namespace CorvConfigStore {
 std::shared_ptr<JsonDoc> GetInstanceIdMapFromSchema(
     const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema, const std::string& key);
 
-// The property of the key's objects that holds their instance id, from the
-// schema's instance-id map (idMap may be null): false when the key has none.
-bool FindInstanceIdProperty(const JsonDoc* idMap, const std::string& key, std::string* property);
-
 // The schema's default values, shared with the schema (to be read, never
 // changed); null when there are none, and null after logging "Schema object
 // is null." at priority 0 when there is no schema.

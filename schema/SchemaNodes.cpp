@@ -39,4 +39,15 @@ std::string FindInstanceIdProperty(const JsonValue& items) {
   return std::string();
 }
 
+bool FindInstanceIdProperty(const CorvConfigStore::JsonDoc* idMap, const std::string& key,
+                            std::string* property) {
+  if (idMap == nullptr) return false;
+  const JsonValue* map = idMap->GetJsonValuePtr();
+  if (!map->IsObject()) return false;
+  auto found = map->FindMember(key.c_str());
+  if (found == map->MemberEnd()) return false;
+  property->assign(found->value.GetString(), found->value.GetStringLength());
+  return true;
+}
+
 }  // namespace CorvSchemaStore

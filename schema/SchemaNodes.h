@@ -4,6 +4,7 @@
 #include <string>
 
 #include "core/Json.h"
+#include "core/JsonDoc.h"
 
 namespace CorvSchemaStore {
 
@@ -23,5 +24,10 @@ const CorvConfigStore::JsonValue* FindProperties(const CorvConfigStore::JsonValu
 // The name of the property of an instance schema marked "instanceId", or
 // empty when none is.
 std::string FindInstanceIdProperty(const CorvConfigStore::JsonValue& items);
+
+// The property of the key's objects that holds their instance id, from a
+// schema's instance-id map (idMap may be null): false when the key has none.
+bool FindInstanceIdProperty(const CorvConfigStore::JsonDoc* idMap, const std::string& key,
+                            std::string* property);
 
 }  // namespace CorvSchemaStore

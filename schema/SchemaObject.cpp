@@ -142,6 +142,7 @@ SchemaObject::SchemaObject(const std::string& component, const std::string& grou
   }
   CollectInstanceIdMap(document_, *idMap_, idAllocator);
   sharedIdMap_ = ShareIfNotEmpty(idMap_);
+  hasKeyIdEntry_ = FindInstanceIdProperty(sharedIdMap_.get(), key_, &keyIdEntry_);
 
   defaults_ = CorvConfigStore::NewJsonDocument();
   JsonValue defaults = CollectDefaults(GetValueSchema(), defaults_->GetAllocator());

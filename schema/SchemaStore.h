@@ -84,6 +84,12 @@ class SchemaObject {
   // The same two documents as handles that every object of the key shares
   // (to be read, never changed); null when the document has no members,
   // which would answer no question. Made once here, not once per object.
+  // The instance-id map's entry for the schema's own key, as
+  // FindInstanceIdProperty(SharedInstanceIdMap(), GetKey()) finds it: the
+  // property that holds an instance's own id; null when the map has none.
+  const std::string* KeyInstanceIdEntry() const {
+    return hasKeyIdEntry_ ? &keyIdEntry_ : nullptr;
+  }
   const std::shared_ptr<CorvConfigStore::JsonDoc>& SharedInstanceIdMap() const {
     return sharedIdMap_;
   }
@@ -121,6 +127,8 @@ class SchemaObject {
   bool usesGeneratedIds_ = false;
   bool mayTagLayers_ = true;
   std::string instanceIdProperty_;
+  bool hasKeyIdEntry_ = false;
+  std::string keyIdEntry_;
   int kind_ = kKindUser;
   std::vector<std::string> systemInstances_;
   bool rebootRequired_ = false;

@@ -11,6 +11,7 @@
 #include "core/Json.h"
 #include "jsonschema/CompiledSchema.h"
 #include "jsonschema/JsonValidator.h"
+#include "schema/SchemaNodes.h"
 #include "schema/SchemaStore.h"
 
 using CorvConfigStore::JsonDocument;
@@ -138,6 +139,42 @@ TEST(SchemaObjectTest, KeyNameComesFirstInTheMap) {
         "x": {"type": "string", "instanceId": true}}}}}}})",
                      "list");
   EXPECT_EQ(JsonToString(schema->GetInstanceIdMap()), R"({"list":"id"})");
+}
+
+// The map's entry for the schema's own key, kept for every read of the
+// key's rows, is the one a look-up in the shared map finds.
+TEST(SchemaObjectTest, KeyInstanceIdEntryIsTheMapsEntryForTheKey) {
+  auto expectEntry = [](const std::shared_ptr<SchemaObject>& schema, const char* expected) {
+    std::string found;
+    const bool inMap = CorvSchemaStore::FindInstanceIdProperty(
+        schema->SharedInstanceIdMap().get(), schema->GetKey(), &found);
+    const std::string* entry = schema->KeyInstanceIdEntry();
+    ASSERT_EQ(entry != nullptr, inMap) << schema->GetKey();
+    ASSERT_EQ(entry != nullptr, expected != nullptr) << schema->GetKey();
+    if (entry != nullptr) {
+      EXPECT_EQ(*entry, found);
+      EXPECT_EQ(*entry, expected);
+    }
+  };
+  expectEntry(Make(kNics, "nics"), "name");
+  // Without an instance-id property the items get the generated one.
+  expectEntry(Make(R"({"type": "array", "items": {"type": "object", "properties": {
+                  "a": {"type": "string"}}}})",
+                   "plain"),
+              "cs_generated_id");
+  // A singleton has none, unless one of its lists bears the key's name.
+  expectEntry(Make(R"({"type": "object", "properties": {"a": {"type": "string"}}})", "dns"),
+              nullptr);
+  expectEntry(Make(R"({"type": "object", "properties": {
+                  "hosts": {"type": "array", "items": {"type": "object", "properties": {
+                    "ip": {"type": "string", "instanceId": true}}}}}})",
+                   "hosts"),
+              "ip");
+  expectEntry(Make(R"({"type": "object", "properties": {
+                  "hosts": {"type": "array", "items": {"type": "object", "properties": {
+                    "ip": {"type": "string", "instanceId": true}}}}}})",
+                   "dns"),
+              nullptr);
 }
 
 TEST(SchemaObjectTest, DefaultsOfNestedObjectsAndLists) {
