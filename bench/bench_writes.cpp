@@ -130,7 +130,8 @@ void RawUpdate(benchmark::State& state) {
 
 // The switch reads run after a durable write each; a fixed count keeps the
 // untimed writes to a few seconds. Only the reads are timed, by the case
-// itself (pausing the benchmark's timer costs more than a read).
+// itself: pausing the benchmark's timer around each write added about
+// 3 µs to the 11 µs of the two raw reads.
 constexpr int kSwitchReadIterations = 2000;
 
 // A durable write of the singleton's user layer on the raw connection: what
