@@ -292,11 +292,9 @@ ObjectPtr NewLayerObject(const ConfigStoreObjectId& id, const SchemaPtr& schema,
 
 std::shared_ptr<JsonDocument> ParseLayer(const ConfigStoreObjectId& id, const ConfigRow& row,
                                          Layer layer) {
-  const std::string& text = *row.Get(layer);
-  auto document = NewJsonDocument(ParsedDocumentBytes(text.size()));
-  std::string error;
-  if (!ParseJson(text.data(), text.size(), *document, &error) || !document->IsObject())
-    ThrowNotAnObject(id, layer, error);
+  auto document = NewJsonDocument(ParsedDocumentBytes(row.Get(layer)->size()));
+  JsonValue value = ParseLayerOn(id, row, layer, document->GetAllocator());
+  static_cast<JsonValue&>(*document).Swap(value);
   return document;
 }
 
