@@ -16,6 +16,7 @@
 #include <corvconfigstore/KeyValue.h>
 
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -202,7 +203,7 @@ void RawSwitchReads(benchmark::State& state) {
     TimeAfterWrites(state, write, [&] {
       for (const std::string& key : keys) {
         read.BindText(1, key);
-        anyOn |= read.Step() && std::string(read.Text(0)) == "true";
+        anyOn |= read.Step() && std::strcmp(read.Text(0), "true") == 0;
         read.Reset();
       }
     });
