@@ -20,11 +20,15 @@ const char* PathFromEnvironment(const char* variable, const char* fallback) {
 }
 
 // This thread's default connection and the identity of the file it was
-// opened on, so that a store replaced under the same name is reopened.
+// opened on, so that a store replaced under the same name is reopened;
+// inside a DefaultConnectionScope, whether the file was found since the
+// outermost scope began.
 struct DefaultConnection {
   std::shared_ptr<StoreConnection> connection;
   dev_t device = 0;
   ino_t inode = 0;
+  int scopes = 0;
+  bool foundInScope = false;
 };
 
 thread_local DefaultConnection tDefault;
@@ -54,19 +58,27 @@ std::shared_ptr<StoreConnection> GetConnection(Type type, std::string* reason) {
 
 std::shared_ptr<StoreConnection> GetDefaultConnection(std::string* reason) {
   const char* path = ConfigStorePath();
+  if (tDefault.foundInScope && tDefault.connection->Path() == path) return tDefault.connection;
   struct stat status;
   if (stat(path, &status) != 0) {
-    tDefault = DefaultConnection();
+    tDefault.connection.reset();
+    tDefault.foundInScope = false;
     return nullptr;
   }
-  if (tDefault.connection && tDefault.connection->Path() == path &&
-      tDefault.device == status.st_dev && tDefault.inode == status.st_ino) {
-    return tDefault.connection;
+  if (!tDefault.connection || tDefault.connection->Path() != path ||
+      tDefault.device != status.st_dev || tDefault.inode != status.st_ino) {
+    tDefault.connection = StoreConnection::Open(path, reason);
+    tDefault.device = status.st_dev;
+    tDefault.inode = status.st_ino;
   }
-  tDefault.connection = StoreConnection::Open(path, reason);
-  tDefault.device = status.st_dev;
-  tDefault.inode = status.st_ino;
+  tDefault.foundInScope = tDefault.scopes > 0 && tDefault.connection != nullptr;
   return tDefault.connection;
+}
+
+DefaultConnectionScope::DefaultConnectionScope() { ++tDefault.scopes; }
+
+DefaultConnectionScope::~DefaultConnectionScope() {
+  if (--tDefault.scopes == 0) tDefault.foundInScope = false;
 }
 
 }  // namespace DBStore

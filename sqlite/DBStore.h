@@ -118,6 +118,18 @@ std::shared_ptr<StoreConnection> GetConnection(Type type, std::string* reason = 
 // StoreConnection::Open does (empty when there is no file).
 std::shared_ptr<StoreConnection> GetDefaultConnection(std::string* reason = nullptr);
 
+// While one lives on a thread, GetDefaultConnection looks at the store file
+// for a replacement only until it has found it once: the reads of one
+// operation, each a look at the file of its own otherwise, all go to the
+// file the first one found. Scopes nest.
+class DefaultConnectionScope {
+ public:
+  DefaultConnectionScope();
+  ~DefaultConnectionScope();
+  DefaultConnectionScope(const DefaultConnectionScope&) = delete;
+  DefaultConnectionScope& operator=(const DefaultConnectionScope&) = delete;
+};
+
 // Prepares the statement on the connection (once; later calls reuse it).
 // timeLimit is the busy time-out in milliseconds. A text holding more than
 // one statement is refused.

@@ -1,14 +1,16 @@
 // The frame every operation of the store handle and the next-boot store
 // runs in: the trace line, the operation's context (the host's phase and the
 // schema cache, read once), the schema of its key, the boot-context rule,
-// and the change notification. Each
-// public operation then says only what differs: its checks and its rows.
+// and the change notification, with the switches these read taken from one
+// file. Each public operation then says only what differs: its checks and
+// its rows.
 #pragma once
 
 #include <corvconfigstore/ObjectId.h>
 #include <corvconfigstore/Types.h>
 
 #include "db/ConfigRow.h"
+#include "sqlite/DBStore.h"
 
 namespace CorvConfigStore {
 
@@ -31,6 +33,9 @@ class StoreOperation {
   void Notify() const;
 
  private:
+  // The switches an operation reads ("IS_BOOT" before, "NOTIFY_NEXD" after
+  // its write) come from one look at the store file.
+  DBStore::DefaultConnectionScope switches_;
   const char* name_;
   ConfigStoreObjectId id_;
   USERDATA_CONTEXT context_;

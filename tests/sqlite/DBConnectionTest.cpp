@@ -122,4 +122,54 @@ TEST_F(StoreTest, DefaultConnectionIsReopenedWhenTheFileIsReplaced) {
   EXPECT_EQ("", value);
 }
 
+// Removes the store file with its log and index and provisions a new one
+// under the same name.
+void ReplaceStore(const std::string& path) {
+  for (const char* suffix : {"", "-wal", "-shm"}) unlink((path + suffix).c_str());
+  ASSERT_EQ(DBStore::kSuccess, DBStore::ProvisionStore(path, nullptr));
+}
+
+TEST_F(StoreTest, InAScopeTheDefaultConnectionKeepsTheFileItFoundFirst) {
+  std::shared_ptr<DBStore::StoreConnection> first;
+  {
+    DBStore::DefaultConnectionScope scope;
+    first = DBStore::GetDefaultConnection();
+    ASSERT_NE(nullptr, first);
+    ASSERT_EQ(DBStore::kSuccess, DBStore::WriteKeyValue(first, "K", "old"));
+    ReplaceStore(store_);
+    {
+      DBStore::DefaultConnectionScope inner;
+      EXPECT_EQ(first, DBStore::GetDefaultConnection());
+    }
+    // Leaving the inner scope does not end the outer one.
+    EXPECT_EQ(first, DBStore::GetDefaultConnection());
+  }
+  auto after = DBStore::GetDefaultConnection();
+  ASSERT_NE(nullptr, after);
+  EXPECT_NE(first, after);
+  std::string value = "unchanged";
+  ASSERT_EQ(DBStore::kSuccess, DBStore::ReadKeyValue(after, "K", value));
+  EXPECT_EQ("", value);
+}
+
+TEST_F(StoreTest, InAScopeTheDefaultConnectionStillFollowsTheEnvironment) {
+  DBStore::DefaultConnectionScope scope;
+  auto first = DBStore::GetDefaultConnection();
+  ASSERT_NE(nullptr, first);
+  std::string otherStore = dir_.File("other.db");
+  ASSERT_EQ(DBStore::kSuccess, DBStore::ProvisionStore(otherStore, nullptr));
+  setenv("CORV_CONFIGSTORE_DB", otherStore.c_str(), 1);
+  auto second = DBStore::GetDefaultConnection();
+  ASSERT_NE(nullptr, second);
+  EXPECT_EQ(otherStore, second->Path());
+}
+
+TEST_F(StoreTest, InAScopeAStoreNotFoundIsLookedForAgain) {
+  DBStore::DefaultConnectionScope scope;
+  for (const char* suffix : {"", "-wal", "-shm"}) unlink((store_ + suffix).c_str());
+  EXPECT_EQ(nullptr, DBStore::GetDefaultConnection());
+  ASSERT_EQ(DBStore::kSuccess, DBStore::ProvisionStore(store_, nullptr));
+  EXPECT_NE(nullptr, DBStore::GetDefaultConnection());
+}
+
 }  // namespace
