@@ -3,20 +3,19 @@
 // SetInstances of 1 000 instances (every instance of a key replaced in one
 // transaction). Every write commits once, and with synchronous=FULL each
 // commit syncs the log: both sides pay that one fsync. SwitchReads times
-// the two key-value reads the library must make around a write, which the
-// write twins leave out.
+// alone the two key-value reads every write makes around it.
 //
 // The raw twins parse the same JSON text the library is given, split it by
 // the schema's layer tags where the library does, serialise the layers and
-// run the library's own statements, prepared once. They do not validate:
-// schema validation is library work, measured alone in bench_validate.
+// run the library's own statements, prepared once, the reads of the two
+// switches included (support/RawSwitches.h). They do not validate: schema
+// validation is library work, measured alone in bench_validate.
 #include <benchmark/benchmark.h>
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/HostOperations.h>
 #include <corvconfigstore/KeyValue.h>
 
 #include <chrono>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,6 +25,7 @@
 #include "support/BenchData.h"
 #include "support/BenchStore.h"
 #include "support/RawRows.h"
+#include "support/RawSwitches.h"
 #include "support/Results.h"
 #include "support/SingletonCases.h"
 
@@ -65,18 +65,22 @@ void RawSetUserData(benchmark::State& state) {
   const KeyLayout layout = LayoutOf(SchemaOf(kHostKey));
   const CorvConfigStore::ConfigStoreObjectId id = HostId();
   RawStatement write(store.Raw(), Sql::kWriteUserLayer);
+  RawSwitches switches(store.Path());
   int timeoutSeconds = 0;
   for (auto _ : state) {
     timeoutSeconds = NextTimeout(timeoutSeconds);
     JsonAllocator allocator;
     JsonParser parser(allocator);
     const std::string user = Serialize(parser.Parse(HostUserJson(timeoutSeconds)));
+    switches.Boot();
     // ?6 Success, ?7 UserValue; the other layers are kept by the statement.
     write.BindRowKey(id, layout.version);
     write.BindInt(6, 1);
     write.BindText(7, user);
     write.Run();
+    switches.Notify();
   }
+  switches.ExpectOff(state);
   ExpectHostStored(state, store, timeoutSeconds);
 }
 
@@ -105,12 +109,14 @@ void RawUpdate(benchmark::State& state) {
   RawStatement write(store.Raw(), Sql::kUpdateUserByContext);
   const LayerColumns callerView = {kReadConfigLayers.vital, kReadConfigLayers.cached, -1,
                                    kReadConfigLayers.user, kReadConfigLayers.success};
+  RawSwitches switches(store.Path());
   int timeoutSeconds = 0;
   for (auto _ : state) {
     timeoutSeconds = NextTimeout(timeoutSeconds);
     JsonAllocator allocator;
     JsonParser parser(allocator);
     rapidjson::Value update = parser.Parse(HostUpdateJson(timeoutSeconds));
+    switches.Boot();
     RawTransaction transaction(store.Raw());
     read.BindKey(id, true);
     if (!read.Step()) FailRaw(store.Raw(), "no row to update");
@@ -125,7 +131,9 @@ void RawUpdate(benchmark::State& state) {
     write.BindKey(id, true, 4);
     write.Run();
     transaction.Commit();
+    switches.Notify();
   }
+  switches.ExpectOff(state);
   ExpectHostStored(state, store, timeoutSeconds);
 }
 
@@ -172,11 +180,6 @@ void TimeAfterWrites(benchmark::State& state, UntimedWrite& write, Reads reads) 
   }
 }
 
-// The bench store sets neither switch: a read that finds one on is wrong.
-void ExpectSwitchesOff(benchmark::State& state, bool anyOn) {
-  if (anyOn) state.SkipWithError("a switch read as on in a store that sets none");
-}
-
 // "IS_BOOT" (read before a write of user data) and "NOTIFY_NEXD" (after
 // every write), each through the thread's default connection.
 void LibSwitchReads(benchmark::State& state) {
@@ -187,7 +190,7 @@ void LibSwitchReads(benchmark::State& state) {
     anyOn |= CorvConfigStore::IsBoot();
     anyOn |= CorvConfigStore::IsNexdNotificationEnabled();
   });
-  ExpectSwitchesOff(state, anyOn);
+  if (anyOn) state.SkipWithError("a switch read as on in a store that sets none");
 }
 
 // The library's key-value read, run for each switch on a second
@@ -195,21 +198,12 @@ void LibSwitchReads(benchmark::State& state) {
 void RawSwitchReads(benchmark::State& state) {
   BenchStore& store = WriteStore();
   UntimedWrite write(store);
-  sqlite3* reader = OpenRaw(store.Path());
-  bool anyOn = false;
-  {
-    RawStatement read(reader, DBStore::kReadKeyValueSql);
-    const std::string keys[] = {"IS_BOOT", "NOTIFY_NEXD"};
-    TimeAfterWrites(state, write, [&] {
-      for (const std::string& key : keys) {
-        read.BindText(1, key);
-        anyOn |= read.Step() && std::strcmp(read.Text(0), "true") == 0;
-        read.Reset();
-      }
-    });
-  }
-  sqlite3_close(reader);
-  ExpectSwitchesOff(state, anyOn);
+  RawSwitches switches(store.Path());
+  TimeAfterWrites(state, write, [&switches] {
+    switches.Boot();
+    switches.Notify();
+  });
+  switches.ExpectOff(state);
 }
 
 // The texts of the instances every SetInstances writes, made once.
@@ -252,9 +246,11 @@ void RawSetInstances(benchmark::State& state) {
   const CorvConfigStore::ConfigStoreObjectId key = KeyId(PortsKey(kSetInstancesCount));
   RawStatement clear(store.Raw(), Sql::kDeleteRows);
   RowWriter writer(store.Raw(), LayoutOf(SchemaOf(key.key)));
+  RawSwitches switches(store.Path());
   for (auto _ : state) {
     JsonAllocator allocator;
     JsonParser parser(allocator);
+    switches.Boot();
     RawTransaction transaction(store.Raw());
     clear.BindKey(key, false);
     clear.Run();
@@ -265,7 +261,9 @@ void RawSetInstances(benchmark::State& state) {
       writer.Write(id, value, allocator);
     }
     transaction.Commit();
+    switches.Notify();
   }
+  switches.ExpectOff(state);
   ExpectPorts(state);
   ReportInstances(state, kSetInstancesCount);
 }

@@ -6,6 +6,7 @@
 #include "db/Statements.h"
 #include "support/BenchData.h"
 #include "support/RawRows.h"
+#include "support/RawSwitches.h"
 #include "support/Results.h"
 
 namespace CorvBench {
@@ -58,14 +59,18 @@ void RunLibSet(benchmark::State& state, BenchStore& store) {
 void RunRawSet(benchmark::State& state, BenchStore& store) {
   const CorvConfigStore::ConfigStoreObjectId id = HostId();
   RowWriter writer(store.Raw(), LayoutOf(SchemaOf(kHostKey)));
+  RawSwitches switches(store.Path());
   int timeoutSeconds = 0;
   for (auto _ : state) {
     timeoutSeconds = NextTimeout(timeoutSeconds);
     JsonAllocator allocator;
     JsonParser parser(allocator);
     rapidjson::Value value = parser.Parse(HostJson(timeoutSeconds));
+    switches.Boot();
     writer.Write(id, value, allocator);
+    switches.Notify();
   }
+  switches.ExpectOff(state);
   ExpectHostStored(state, store, timeoutSeconds);
 }
 

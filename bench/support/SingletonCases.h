@@ -15,7 +15,8 @@ void RunLibGet(benchmark::State& state, BenchStore& store);
 void RunRawGet(benchmark::State& state, BenchStore& store);
 
 // Set: a value parsed, split into its layers and written as one durable
-// statement (one commit, one fsync of the log).
+// statement (one commit, one fsync of the log), between the reads of the
+// store's two switches.
 void RunLibSet(benchmark::State& state, BenchStore& store);
 void RunRawSet(benchmark::State& state, BenchStore& store);
 
