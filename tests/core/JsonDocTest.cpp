@@ -109,6 +109,23 @@ TEST(CreateDocumentFromStringTest, BadBytesAreFoundWhereverTheyStand) {
   }
 }
 
+// A text of UTF-8 with no escape has its strings checked once, as a whole;
+// an escape anywhere in it has each string checked, so that one decoded
+// into bytes that are not UTF-8 is still refused.
+TEST(CreateDocumentFromStringTest, AnEscapeMakingBadBytesIsRefusedAmongPlainStrings) {
+  const std::string plain = "{\"caf\xc3\xa9\":\"\xf0\x9f\x98\x80\",\"n\":[\"a\",\"b\"]}";
+  EXPECT_EQ(Text(*CreateDocumentFromString(plain)->GetJsonValuePtr()), plain);
+  const std::string escaped = "{\"caf\xc3\xa9\":\"\xf0\x9f\x98\x80\",\"n\":[\"a\",\"\\udc00\"]}";
+  try {
+    CreateDocumentFromString(escaped);
+    ADD_FAILURE() << "a lone low surrogate was accepted";
+  } catch (const ConfigStoreException& e) {
+    EXPECT_EQ(e.GetErrorCode(), 1080);
+    EXPECT_EQ(std::string(e.what()),
+              "Invalid JSON text: The surrogate pair in string is invalid. at offset 33");
+  }
+}
+
 // Text is read in place from a scratch copy that the next parse on the
 // thread overwrites: every string and name is the document's own, escapes
 // decoded, and a text longer than the shared copy reads whole.
