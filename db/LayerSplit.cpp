@@ -11,6 +11,7 @@
 #include "db/Statements.h"
 #include "db/WriteRows.h"
 #include "object/ConfigStoreObjectImpl.h"
+#include "schema/LayerTags.h"
 #include "schema/SchemaStore.h"
 #include "object/ObjectAccess.h"
 
@@ -24,33 +25,22 @@ enum class Prune { kKeep, kDrop };
 // copies nothing.
 constexpr size_t kScratchBlockBytes = 4096;
 
-// The "properties" object of a node, or null.
-const JsonValue* PropertiesOf(const JsonValue& node) {
-  auto properties = node.FindMember("properties");
-  if (properties == node.MemberEnd() || !properties->value.IsObject()) return nullptr;
-  return &properties->value;
+using CorvSchemaStore::LayerTagNode;
+
+// The schema node of member name of a value of node; "Invalid field in
+// schema" when node has no properties or none of that name.
+const LayerTagNode& MemberSchema(const LayerTagNode& node, const JsonValue& name) {
+  const std::string_view text(name.GetString(), name.GetStringLength());
+  if (const LayerTagNode* found = node.Property(text)) return *found;
+  ThrowGeneral("Invalid field in schema: " + std::string(text));
 }
 
-// The schema of member name in properties, a node's "properties" (null
-// when the node has none); "Invalid field in schema" when it has no entry.
-const JsonValue& MemberSchema(const JsonValue* properties, const JsonValue& name) {
-  if (properties != nullptr) {
-    auto found = properties->FindMember(name);
-    if (found != properties->MemberEnd()) return found->value;
-  }
-  ThrowGeneral("Invalid field in schema: " + std::string(name.GetString(), name.GetStringLength()));
-}
-
-// True when node has member flag holding true (a flag that is not a boolean
-// raises code 1082).
-bool FlagSet(const JsonValue& node, const char* flag) {
-  auto found = node.FindMember(flag);
-  return found != node.MemberEnd() && found->value.GetBool();
-}
+// True when flag, a member of a schema node, is there and holds true (a
+// flag that is not a boolean raises code 1082).
+bool FlagSet(const JsonValue* flag) { return flag != nullptr && flag->GetBool(); }
 
 // The layers a value is divided into, and the schema tag of each.
 enum Tag { kUser, kVital, kCached, kTagCount };
-constexpr const char* kTagNames[kTagCount] = {"user", "vital", "cached"};
 constexpr unsigned kAllTags = (1u << kTagCount) - 1;
 
 using LayerValues = std::array<JsonValue, kTagCount>;
@@ -58,38 +48,15 @@ using Outcomes = std::array<Prune, kTagCount>;
 
 // Whether an object left with the members in kept belongs to the tag's
 // layer: a lone member stays unless it is only the instance id.
-Prune ObjectOutcome(const JsonValue& kept, const JsonValue& node, Tag tag) {
+Prune ObjectOutcome(const JsonValue& kept, const LayerTagNode& node, Tag tag) {
   if (kept.ObjectEmpty()) return Prune::kDrop;
   if (tag == kUser || kept.MemberCount() > 1) return Prune::kKeep;
   const auto& only = *kept.MemberBegin();
   if (only.value.IsObject() || only.value.IsArray()) return Prune::kKeep;
-  const JsonValue& onlySchema = MemberSchema(PropertiesOf(node), only.name);
-  if (FlagSet(onlySchema, kTagNames[tag])) return Prune::kKeep;
-  if (FlagSet(onlySchema, "instanceId")) return Prune::kDrop;
+  const LayerTagNode& onlySchema = MemberSchema(node, only.name);
+  if (FlagSet(tag == kVital ? onlySchema.vital : onlySchema.cached)) return Prune::kKeep;
+  if (FlagSet(onlySchema.instanceId)) return Prune::kDrop;
   return Prune::kKeep;
-}
-
-// The first "instanceId", "vital" and "cached" members of a schema node,
-// each null when absent, found in one pass over its members.
-struct NodeTags {
-  const JsonValue* instanceId = nullptr;
-  const JsonValue* vital = nullptr;
-  const JsonValue* cached = nullptr;
-};
-
-NodeTags TagsOf(const JsonValue& node) {
-  NodeTags tags;
-  // What is not an object fails here as the look-up of a member fails.
-  if (!node.IsObject()) node.HasMember("instanceId");
-  for (const auto& member : node.GetObject()) {
-    const std::string_view name(member.name.GetString(), member.name.GetStringLength());
-    const JsonValue** slot = name == "instanceId" ? &tags.instanceId
-                             : name == "vital"    ? &tags.vital
-                             : name == "cached"   ? &tags.cached
-                                                  : nullptr;
-    if (slot != nullptr && *slot == nullptr) *slot = &member.value;
-  }
-  return tags;
 }
 
 // For each layer in tags (a set of Tag bits), copies into out[layer] what
@@ -97,11 +64,12 @@ NodeTags TagsOf(const JsonValue& node) {
 // not, and sets result[layer] to whether anything of value belongs there.
 // The layers are selected in one walk that looks at each schema node once,
 // and only what is kept is copied.
-void SelectLayers(const JsonValue& value, const JsonValue& node, unsigned tags, LayerValues& out,
-                  Outcomes& result, JsonAllocator& allocator) {
-  const NodeTags found = TagsOf(node);
-  const bool identifier = found.instanceId != nullptr && found.instanceId->GetBool();
-  const bool tagged[kTagCount] = {false, found.vital != nullptr, found.cached != nullptr};
+void SelectLayers(const JsonValue& value, const LayerTagNode& node, unsigned tags,
+                  LayerValues& out, Outcomes& result, JsonAllocator& allocator) {
+  // What is not an object fails here as the look-up of a tag in it fails.
+  if (!node.isObject) node.json->HasMember("instanceId");
+  const bool identifier = FlagSet(node.instanceId);
+  const bool tagged[kTagCount] = {false, node.vital != nullptr, node.cached != nullptr};
   unsigned walk = 0;
   auto keepAll = [&](int tag) {
     out[tag].CopyFrom(value, allocator);
@@ -122,12 +90,10 @@ void SelectLayers(const JsonValue& value, const JsonValue& node, unsigned tags, 
   if (value.IsObject() && !value.ObjectEmpty()) {
     for (int tag = 0; tag < kTagCount; ++tag)
       if (walked(tag)) out[tag].SetObject();
-    const JsonValue* properties = PropertiesOf(node);
     for (const auto& member : value.GetObject()) {
       LayerValues kept;
       Outcomes outcome;
-      SelectLayers(member.value, MemberSchema(properties, member.name), walk, kept, outcome,
-                   allocator);
+      SelectLayers(member.value, MemberSchema(node, member.name), walk, kept, outcome, allocator);
       for (int tag = 0; tag < kTagCount; ++tag)
         if (walked(tag) && outcome[tag] == Prune::kKeep)
           out[tag].AddMember(JsonValue(member.name, allocator), kept[tag], allocator);
@@ -138,21 +104,14 @@ void SelectLayers(const JsonValue& value, const JsonValue& node, unsigned tags, 
   }
 
   if (value.IsArray() && !value.Empty()) {
-    auto type = node.FindMember("type");
-    if (type == node.MemberEnd() || !type->value.IsString() ||
-        std::strcmp(type->value.GetString(), "array") != 0)
-      ThrowGeneral("Schema error:Expected array type");
-    auto items = node.FindMember("items");
-    bool objectItems = items != node.MemberEnd() && items->value.IsObject() &&
-                       items->value.HasMember("type") && items->value["type"].IsString() &&
-                       std::strcmp(items->value["type"].GetString(), "object") == 0;
-    if (objectItems) {
+    if (!node.isArray) ThrowGeneral("Schema error:Expected array type");
+    if (node.objectItems != nullptr) {
       for (int tag = 0; tag < kTagCount; ++tag)
         if (walked(tag)) out[tag].SetArray();
       for (const JsonValue& element : value.GetArray()) {
         LayerValues kept;
         Outcomes outcome;
-        SelectLayers(element, items->value, walk, kept, outcome, allocator);
+        SelectLayers(element, *node.objectItems, walk, kept, outcome, allocator);
         for (int tag = 0; tag < kTagCount; ++tag)
           if (walked(tag) && outcome[tag] == Prune::kKeep) out[tag].PushBack(kept[tag], allocator);
       }
@@ -180,7 +139,7 @@ LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema) {
     ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND,
                                          object->GetConfigStoreObjectId().toString().c_str());
   const JsonValue& value = *ImplOf(object).GetJsonValuePtr();
-  const JsonValue& node = schema->GetValueSchema();
+  const LayerTagNode& node = schema->GetLayerTags().Root();
   // Where no node tags a layer, the walk of the user layer keeps every
   // member and element: its copy of the value would be the value itself.
   // The other layers are still walked; they meet the same nodes in the

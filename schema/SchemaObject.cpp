@@ -1,13 +1,14 @@
 // A key schema and the answers derived from it: instances, instance-id
 // property and map, defaults, kind and the root annotations, the schema
-// compiled for the validator; and the normalisation every key schema goes
-// through.
+// compiled for the validator and its layer tags; and the normalisation
+// every key schema goes through.
 #include <memory>
 #include <mutex>
 #include <string>
 
 #include "core/Throw.h"
 #include "jsonschema/CompiledSchema.h"
+#include "schema/LayerTags.h"
 #include "schema/SchemaNodes.h"
 #include "schema/SchemaStore.h"
 
@@ -183,6 +184,12 @@ const JsonValidator::CompiledSchema& SchemaObject::GetCompiledSchema() const {
     compiled_ = std::make_unique<const JsonValidator::CompiledSchema>(document_);
   });
   return *compiled_;
+}
+
+const LayerTags& SchemaObject::GetLayerTags() const {
+  std::call_once(layerTagsOnce_,
+                 [this] { layerTags_ = std::make_unique<const LayerTags>(GetValueSchema()); });
+  return *layerTags_;
 }
 
 const JsonValue& SchemaObject::GetValueSchema() const {

@@ -18,6 +18,8 @@ class CompiledSchema;
 
 namespace CorvSchemaStore {
 
+class LayerTags;
+
 // Kinds a schema reports for its configuration.
 enum SchemaKind : int {
   kKindUser = 0,
@@ -71,6 +73,9 @@ class SchemaObject {
   // (MayTagLayers of the value schema, answered once). Without, every
   // member of a value belongs to its user layer.
   bool MayTagLayers() const { return mayTagLayers_; }
+  // The layer tags of the value schema, read on the first call (by one
+  // thread, the others waiting for it) and kept as long as the object.
+  const LayerTags& GetLayerTags() const;
   // Instance-id property of the key's instances; empty for a singleton.
   const std::string& GetInstanceIdProperty() const { return instanceIdProperty_; }
   // Member name -> instance-id property, for the key itself (when it has
@@ -81,15 +86,15 @@ class SchemaObject {
   // object properties, the items' defaults under an array-of-objects
   // property's name. An object, possibly without members.
   const CorvConfigStore::JsonDocument& GetDefaults() const { return *defaults_; }
-  // The same two documents as handles that every object of the key shares
-  // (to be read, never changed); null when the document has no members,
-  // which would answer no question. Made once here, not once per object.
   // The instance-id map's entry for the schema's own key, as
   // FindInstanceIdProperty(SharedInstanceIdMap(), GetKey()) finds it: the
   // property that holds an instance's own id; null when the map has none.
   const std::string* KeyInstanceIdEntry() const {
     return hasKeyIdEntry_ ? &keyIdEntry_ : nullptr;
   }
+  // The same two documents as handles that every object of the key shares
+  // (to be read, never changed); null when the document has no members,
+  // which would answer no question. Made once here, not once per object.
   const std::shared_ptr<CorvConfigStore::JsonDoc>& SharedInstanceIdMap() const {
     return sharedIdMap_;
   }
@@ -138,6 +143,8 @@ class SchemaObject {
   std::string version_ = "1.0";
   mutable std::once_flag compileOnce_;
   mutable std::unique_ptr<const JsonValidator::CompiledSchema> compiled_;
+  mutable std::once_flag layerTagsOnce_;
+  mutable std::unique_ptr<const LayerTags> layerTags_;
 };
 
 // A schema object from the text of a key schema; raises ConfigStoreException

@@ -366,6 +366,48 @@ TEST_F(WriteRowsTest, OfSeveralUnknownMembersTheUserLayersFirstIsReported) {
                      "Invalid field in schema: bogus"));
 }
 
+// The split reads the schema as it finds it: the first of repeated
+// property names counts; a property schema that is not an object, or a
+// layer tag that is not a boolean, fails as a JSON look-up fails (1082)
+// when a value reaches it, and not before; a list whose items are not
+// objects is one plain value.
+TEST_F(WriteRowsTest, SplitReadsOddSchemasAsTheyStand) {
+  SchemaPtr schema = CorvSchemaStore::MakeSchemaObject(
+      "corv", "sys", "odd",
+      R"({"type": "object", "properties": {"n": {"type": "integer"},)"
+      R"( "twice": {"type": "integer", "cached": true}, "twice": {"type": "integer"},)"
+      R"( "bare": 5, "loose": {"type": "integer", "vital": "yes"}, "v": {"type": "integer", "vital": true},)"
+      R"( "rows": {"type": "array", "items": {"type": "string", "properties": {}}}}})");
+  const ConfigStoreObjectId id = Id("odd", "sys");
+  auto split = [&](const std::string& json) {
+    return SplitLayers(std::make_shared<ConfigStoreObject>(std::make_shared<ConfigStoreObjectImpl>(
+                           id, id, std::nullopt, CreateDocumentFromString(json), nullptr, "", "",
+                           "", -1, false, nullptr, nullptr)),
+                       schema);
+  };
+  auto failsAsLookUp = [&](const std::string& json, const char* precondition) {
+    try {
+      split(json);
+    } catch (const ConfigStoreException& e) {
+      const std::string message = e.what();
+      return e.GetErrorCode() == 1082 && message.rfind("JSON error:", 0) == 0 &&
+             message.find(precondition) != std::string::npos;
+    }
+    return false;
+  };
+  LayerParts parts = split(R"({"n":1,"twice":2,"rows":[{"a":1}]})");
+  EXPECT_TRUE(JsonEqual(R"({"n":1,"rows":[{"a":1}]})", parts.user.value_or("")));
+  EXPECT_EQ(parts.vital, std::nullopt);
+  EXPECT_EQ(parts.cached, R"({"twice":2})");
+  EXPECT_TRUE(failsAsLookUp(R"({"bare":1})", "IsObject()"));
+  // A tag is there whatever it holds: the member goes to the vital layer,
+  // and only when it stands alone there must the tag say whether it stays.
+  EXPECT_TRUE(failsAsLookUp(R"({"n":1,"loose":2})", "IsBool()"));
+  parts = split(R"({"n":1,"loose":2,"v":3})");
+  EXPECT_EQ(parts.user, R"({"n":1})");
+  EXPECT_EQ(parts.vital, R"({"loose":2,"v":3})");
+}
+
 TEST_F(WriteRowsTest, SetByContextChoosesTheStatementByLayerSelector) {
   ConfigStoreObjectId id = Id("dns", "net");
   const std::string row =
