@@ -222,10 +222,6 @@ DBStore::SqlParams NumberedParams(const ConfigStoreObjectId& id, const std::stri
           DBStore::SqlParam::Text(version)};
 }
 
-DBStore::SqlParam TextOrNull(const std::string& text) {
-  return text.empty() ? DBStore::SqlParam::Null() : DBStore::SqlParam::Text(text);
-}
-
 void ExecuteWrite(const Connection& conn, const DBStore::SqlStatement& statement,
                   const DBStore::SqlParams& params, const std::string& message) {
   if (DBStore::ExecuteStmt(conn, statement, params, nullptr, kStmtTimeLimit) != DBStore::kSuccess)

@@ -88,9 +88,6 @@ DBStore::SqlParams InstanceParams(const ConfigStoreObjectId& id);
 // ?5 Version.
 DBStore::SqlParams NumberedParams(const ConfigStoreObjectId& id, const std::string& version);
 
-// A text parameter, or NULL when the text is empty.
-DBStore::SqlParam TextOrNull(const std::string& text);
-
 // Runs a statement that returns no rows; a failure throws
 // ConfigStoreException 2000 with message and the database's reason.
 void ExecuteWrite(const Connection& conn, const DBStore::SqlStatement& statement,

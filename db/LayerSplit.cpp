@@ -176,8 +176,9 @@ LayerParts SplitLayers(const ObjectPtr& object, const SchemaPtr& schema) {
 DBStore::SqlParams LayerPartParams(const ObjectPtr& object, const SchemaPtr& schema) {
   LayerParts parts = SplitLayers(object, schema);
   DBStore::SqlParams params;
-  for (const std::optional<std::string>* part : {&parts.user, &parts.vital, &parts.cached})
-    params.push_back(*part ? DBStore::SqlParam::Text(**part) : DBStore::SqlParam::Null());
+  for (std::optional<std::string>* part : {&parts.user, &parts.vital, &parts.cached})
+    params.push_back(*part ? DBStore::SqlParam::Text(std::move(**part))
+                           : DBStore::SqlParam::Null());
   return params;
 }
 

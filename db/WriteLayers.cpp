@@ -41,9 +41,9 @@ RowLayers SplitRow(const ObjectPtr& object, USERDATA_CONTEXT context, const Oper
   if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
   LayerParts parts = SplitLayers(object, schema);
   RowLayers row;
-  (context == INTERNAL ? row.autoConf : row.user) = parts.user.value_or("");
-  row.vital = parts.vital.value_or("");
-  row.cached = parts.cached.value_or("");
+  (context == INTERNAL ? row.autoConf : row.user) = std::move(parts.user).value_or("");
+  row.vital = std::move(parts.vital).value_or("");
+  row.cached = std::move(parts.cached).value_or("");
   row.version = object->GetVersion();
   return row;
 }
@@ -89,9 +89,12 @@ void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationCont
     if (op.Upgrade() == 2 && !schema->ApplyDuringUpgrade()) success = 0;
     DBStore::SqlParams params =
         NumberedParams(id, row.version.empty() ? schema->GetVersion() : row.version);
+    params.reserve(params.size() + 5);
     params.push_back(DBStore::SqlParam::Int(success));
+    // The layers are rows' own, kept until the call ends: bound uncopied.
     for (const std::string* layer : {&row.autoConf, &row.user, &row.vital, &row.cached})
-      params.push_back(TextOrNull(*layer));
+      params.push_back(layer->empty() ? DBStore::SqlParam::Null()
+                                      : DBStore::SqlParam::TextRef(*layer));
     ExecuteWrite(conn, statement, params, "WriteComplete failed");
     if (written) written();
   }

@@ -14,6 +14,14 @@ SqlParam SqlParam::Text(std::string value) {
   return param;
 }
 
+SqlParam SqlParam::TextRef(std::string_view value) {
+  SqlParam param;
+  param.kind_ = Kind::kText;
+  param.borrowed_ = true;
+  param.borrowedText_ = value;
+  return param;
+}
+
 SqlParam SqlParam::Int(int64_t value) {
   SqlParam param;
   param.kind_ = Kind::kInt;

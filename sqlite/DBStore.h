@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -57,17 +58,22 @@ class SqlStatement {
 class SqlParam {
  public:
   static SqlParam Text(std::string value);
+  // A text not copied: the caller keeps it, unchanged, until the
+  // execution that binds it has ended.
+  static SqlParam TextRef(std::string_view value);
   static SqlParam Int(int64_t value);
   static SqlParam Null();
 
   enum class Kind { kText, kInt, kNull };
   Kind kind() const { return kind_; }
-  const std::string& text() const { return text_; }
+  std::string_view text() const { return borrowed_ ? borrowedText_ : std::string_view(text_); }
   int64_t integer() const { return integer_; }
 
  private:
   Kind kind_ = Kind::kNull;
+  bool borrowed_ = false;
   std::string text_;
+  std::string_view borrowedText_;
   int64_t integer_ = 0;
 };
 

@@ -76,6 +76,24 @@ TEST_F(DBExecute, TextWithEmbeddedZeroAndEmptyTextAreKept) {
   EXPECT_EQ((std::vector<std::string>{"3", "text", ""}), rows[0]);
 }
 
+// A text bound by reference is the caller's own bytes, read where they
+// stand: a part of a longer text binds only that part, embedded zero
+// included, and a parameter outlives neither copy nor move of its text.
+TEST_F(DBExecute, TextBoundByReferenceIsTheCallersBytes) {
+  const std::string kept = std::string("xa\0by", 6);
+  SqlParam part = SqlParam::TextRef(std::string_view(kept).substr(1, 3));
+  EXPECT_EQ(SqlParam::Kind::kText, part.kind());
+  EXPECT_EQ(kept.data() + 1, part.text().data());
+  DBStore::SqlParams params = {part, SqlParam::TextRef(kept)};
+  params.reserve(10);
+  SqlStatement insert("INSERT INTO T (a, b) VALUES (?, ?)");
+  ASSERT_EQ(DBStore::kSuccess,
+            DBStore::ExecuteStmt(connection_, insert, params, nullptr, DBStore::kDefaultTimeLimit));
+  auto rows = Rows(SqlStatement("SELECT hex(CAST(a AS BLOB)), length(CAST(b AS BLOB)) FROM T"));
+  ASSERT_EQ(1u, rows.size());
+  EXPECT_EQ((std::vector<std::string>{"610062", "6"}), rows[0]);
+}
+
 TEST_F(DBExecute, CallbackReceivesCountValuesAndNames) {
   ASSERT_EQ(DBStore::kSuccess, Exec(connection_, "INSERT INTO T VALUES ('x', NULL, 7)"));
   int calls = 0;
