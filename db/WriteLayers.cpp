@@ -19,7 +19,7 @@ DBStore::SqlParam LayerParam(const ObjectPtr& object) {
 }
 
 DBStore::SqlParams ObjectParams(const ObjectPtr& object) {
-  return NumberedParams(object->GetConfigStoreObjectId(), object->GetVersion());
+  return NumberedParams(IdOf(object), object->GetVersion());
 }
 
 // The one writer of the cached, vital and auto-configuration layers.
@@ -36,7 +36,7 @@ void WriteLayerInstances(const char* operation, const char* text, const ObjectLi
 
 // The layers of one object as a complete write stores them.
 RowLayers SplitRow(const ObjectPtr& object, USERDATA_CONTEXT context, const OperationContext& op) {
-  const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
+  const ConfigStoreObjectId& id = IdOf(object);
   SchemaPtr schema = op.Schema(id);
   if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
   LayerParts parts = SplitLayers(object, schema);
@@ -111,7 +111,7 @@ void SetInstancesInternal(const ObjectList& objects, USERDATA_CONTEXT context,
   RowLayersById rows;
   for (const ObjectPtr& object : objects)
     if (!IsNull(object, "SetInstancesInternal"))
-      rows[object->GetConfigStoreObjectId()] = SplitRow(object, context, op);
+      rows[IdOf(object)] = SplitRow(object, context, op);
   WriteCompleteConfigInstances(rows, op, conn, written);
 }
 

@@ -127,7 +127,7 @@ bool IsUserObject(const ConfigStoreObjectId& id, const CorvSchemaStore::SchemaOb
 void CleanupObject(const std::shared_ptr<ConfigStoreObject>& object,
                    const std::shared_ptr<CorvSchemaStore::SchemaObject>& schema) {
   if (IsNull(object, "CleanupObject")) return;
-  ConfigStoreObjectId id = object->GetConfigStoreObjectId();
+  const ConfigStoreObjectId& id = IdOf(object);
   if (!schema) ThrowException<ConfigStoreException>(CS_ERR_SCHEMA_NOT_FOUND, id.toString().c_str());
   if (!IsUserObject(id, *schema)) {
     if (CSLogger::IsEnabled(2))

@@ -25,7 +25,7 @@ void MergeSubObject(const ConfigStoreObject& update, ConfigStoreObject& target,
 
 void Merge(const ConfigStoreObject& update, ConfigStoreObject& target,
            const JsonValue* listMembers) {
-  const ConfigStoreObjectId id = update.GetConfigStoreObjectId();
+  const ConfigStoreObjectId& id = IdOf(update);
   const JsonValue& value = *ImplOf(update).GetJsonValuePtr();
   for (const auto& member : value.GetObject()) {
     std::string name(member.name.GetString(), member.name.GetStringLength());
@@ -34,7 +34,7 @@ void Merge(const ConfigStoreObject& update, ConfigStoreObject& target,
       auto filter =
           std::make_shared<FilterSpecObject>(ConfigStoreObjectId(name, id.group, id.component));
       for (const auto& instance : update.GetSubObjectInstances(filter)) {
-        SubObjectId subId(name, instance->GetConfigStoreObjectId().instanceId);
+        SubObjectId subId(name, IdOf(instance).instanceId);
         MergeSubObject(*instance, target, subId, listMembers);
       }
     } else if (member.value.IsObject()) {

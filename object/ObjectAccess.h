@@ -37,4 +37,14 @@ auto& ImplOf(const std::shared_ptr<Handle>& object) {
   return ImplOf(*object);
 }
 
+// The identifier of an object or filter, without the copy the public
+// GetConfigStoreObjectId makes.
+inline const ConfigStoreObjectId& IdOf(const StoreObject& object) {
+  return ImplOf(object).GetConfigStoreObjectId();
+}
+template <typename Handle>
+const ConfigStoreObjectId& IdOf(const std::shared_ptr<Handle>& object) {
+  return IdOf(*object);
+}
+
 }  // namespace CorvConfigStore

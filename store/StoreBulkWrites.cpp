@@ -6,6 +6,7 @@
 
 #include "core/Checks.h"
 #include "db/WriteRows.h"
+#include "object/ObjectAccess.h"
 #include "store/ConfigStoreImpl.h"
 #include "schema/SchemaStore.h"
 #include "store/StoreOperation.h"
@@ -21,8 +22,8 @@ namespace {
 template <typename Check>
 void CheckInstances(const StoreOperation& op, const ObjectList& objects, Check check) {
   for (const auto& object : objects) {
-    CheckSameKey(op.Id(), object->GetConfigStoreObjectId());
-    validateInstanceId(object->GetConfigStoreObjectId());
+    CheckSameKey(op.Id(), IdOf(object));
+    validateInstanceId(IdOf(object));
     check(op.Schema(), object);
   }
 }
@@ -32,7 +33,7 @@ void CheckInstances(const StoreOperation& op, const ObjectList& objects, Check c
 void ConfigStoreImpl::SetInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects,
                                    const USERDATA_CONTEXT& context) {
   objects = DropNullObjects(objects, "SetInstances");
-  StoreOperation op(3, "SetInstances", objects.front()->GetConfigStoreObjectId(), context);
+  StoreOperation op(3, "SetInstances", IdOf(objects.front()), context);
   const SchemaPtr& schema = op.Schema();
   ValidateCsoIdInstances(op.Id(), schema);
   CheckInstances(op, objects, ValidateSet);
@@ -50,7 +51,7 @@ void ConfigStoreImpl::SetInstances(std::vector<std::shared_ptr<ConfigStoreObject
 void ConfigStoreImpl::SetUserDataInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects,
                                            const USERDATA_CONTEXT& context) {
   objects = DropNullObjects(objects, "SetUserDataInstances");
-  StoreOperation op(3, "SetUserDataInstances", objects.front()->GetConfigStoreObjectId(), context);
+  StoreOperation op(3, "SetUserDataInstances", IdOf(objects.front()), context);
   ValidateCsoIdInstances(op.Id(), op.Schema());
   op.CheckBootRule(true);
   if (context == INTERNAL) {
@@ -68,7 +69,7 @@ void ConfigStoreImpl::SetUserDataInstances(std::vector<std::shared_ptr<ConfigSto
 void ConfigStoreImpl::SetCachedDataInstances(
     std::vector<std::shared_ptr<ConfigStoreObject>> objects) {
   objects = DropNullObjects(objects, "SetCachedDataInstances");
-  StoreOperation op(3, "SetCachedDataInstances", objects.front()->GetConfigStoreObjectId(),
+  StoreOperation op(3, "SetCachedDataInstances", IdOf(objects.front()),
                     EXTERNAL);
   ValidateCsoIdInstances(op.Id(), op.Schema());
   SetDataInstancesInternal(op, objects, ValidateCachedConfig, DeleteCachedConfigInstances,
@@ -78,7 +79,7 @@ void ConfigStoreImpl::SetCachedDataInstances(
 void ConfigStoreImpl::SetVitalDataInstances(
     std::vector<std::shared_ptr<ConfigStoreObject>> objects) {
   objects = DropNullObjects(objects, "SetVitalDataInstances");
-  StoreOperation op(3, "SetVitalDataInstances", objects.front()->GetConfigStoreObjectId(),
+  StoreOperation op(3, "SetVitalDataInstances", IdOf(objects.front()),
                     EXTERNAL);
   ValidateCsoIdInstances(op.Id(), op.Schema());
   SetDataInstancesInternal(op, objects, ValidateVitalConfig, DeleteVitalConfigInstances,

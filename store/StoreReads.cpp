@@ -5,6 +5,7 @@
 
 #include "core/Checks.h"
 #include "db/ReadRows.h"
+#include "object/ObjectAccess.h"
 #include "store/ConfigStoreImpl.h"
 #include "store/StoreOperation.h"
 #include "validation/Validation.h"
@@ -27,7 +28,7 @@ std::shared_ptr<ConfigStoreObject> ConfigStoreImpl::GetDefaultConfig(
 std::vector<std::shared_ptr<ConfigStoreObject>> ConfigStoreImpl::GetDefaultConfigInstances(
     const std::shared_ptr<FilterSpecObject>& filter) {
   if (IsNull(filter, "GetDefaultConfigInstances")) return {};
-  StoreOperation op(4, "GetDefaultConfigInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
+  StoreOperation op(4, "GetDefaultConfigInstances", IdOf(filter), EXTERNAL);
   ValidateCsoIdInstances(filter, op.Schema());
   return GetDefaultConfigInstancesInternal(filter, connection_, op.Schema());
 }
@@ -35,7 +36,7 @@ std::vector<std::shared_ptr<ConfigStoreObject>> ConfigStoreImpl::GetDefaultConfi
 std::vector<std::shared_ptr<ConfigStoreObject>> ConfigStoreImpl::GetInstances(
     const std::shared_ptr<FilterSpecObject>& filter) {
   if (IsNull(filter, "GetInstances")) return {};
-  StoreOperation op(4, "GetInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
+  StoreOperation op(4, "GetInstances", IdOf(filter), EXTERNAL);
   ValidateCsoIdInstances(filter, op.Schema());
   return GetConfigInstancesInternal(filter, connection_, op.Schema(), op.Context());
 }
@@ -63,7 +64,7 @@ std::vector<RevisionInfo> ConfigStoreImpl::GetInstancesRevision(const ConfigStor
 std::vector<ErrorInfo> ConfigStoreImpl::Validate(std::shared_ptr<ConfigStoreObject> object) {
   std::vector<ErrorInfo> errors;
   if (IsNull(object, "Validate")) return errors;
-  StoreOperation op(3, "Validate", object->GetConfigStoreObjectId(), EXTERNAL);
+  StoreOperation op(3, "Validate", IdOf(object), EXTERNAL);
   ValidateCSO(op.Schema(), object, errors);
   return errors;
 }

@@ -31,7 +31,7 @@ void MergeUpdate(const ObjectPtr& update, const ObjectPtr& target) {
 void ConfigStoreImpl::Set(std::shared_ptr<ConfigStoreObject> object,
                           const USERDATA_CONTEXT& context) {
   if (IsNull(object, "Set")) return;
-  StoreOperation op(3, "Set", object->GetConfigStoreObjectId(), context);
+  StoreOperation op(3, "Set", IdOf(object), context);
   ValidateCsoId(object, op.Schema());
   ValidateSet(op.Schema(), object);
   op.CheckBootRule(isUserType(object, op.Schema()));
@@ -42,7 +42,7 @@ void ConfigStoreImpl::Set(std::shared_ptr<ConfigStoreObject> object,
 void ConfigStoreImpl::SetUserData(std::shared_ptr<ConfigStoreObject> object,
                                   const USERDATA_CONTEXT& context) {
   if (IsNull(object, "SetUserData")) return;
-  StoreOperation op(3, "SetUserData", object->GetConfigStoreObjectId(), context);
+  StoreOperation op(3, "SetUserData", IdOf(object), context);
   ValidateCsoId(object, op.Schema());
   op.CheckBootRule(true);
   ValidateUserConfig(op.Schema(), object);
@@ -58,7 +58,7 @@ void ConfigStoreImpl::SetUserData(std::shared_ptr<ConfigStoreObject> object,
 
 void ConfigStoreImpl::SetVitalData(std::shared_ptr<ConfigStoreObject> object) {
   if (IsNull(object, "SetVitalData")) return;
-  StoreOperation op(3, "SetVitalData", object->GetConfigStoreObjectId(), EXTERNAL);
+  StoreOperation op(3, "SetVitalData", IdOf(object), EXTERNAL);
   ValidateCsoId(object, op.Schema());
   ValidateVitalConfig(op.Schema(), object);
   WriteVitalConfigInstances({object}, connection_);
@@ -67,7 +67,7 @@ void ConfigStoreImpl::SetVitalData(std::shared_ptr<ConfigStoreObject> object) {
 
 void ConfigStoreImpl::SetCachedData(std::shared_ptr<ConfigStoreObject> object) {
   if (IsNull(object, "SetCachedData")) return;
-  StoreOperation op(3, "SetCachedData", object->GetConfigStoreObjectId(), EXTERNAL);
+  StoreOperation op(3, "SetCachedData", IdOf(object), EXTERNAL);
   ValidateCsoId(object, op.Schema());
   ValidateCachedConfig(op.Schema(), object);
   WriteCachedConfigInstances({object}, connection_);
@@ -77,7 +77,7 @@ void ConfigStoreImpl::SetCachedData(std::shared_ptr<ConfigStoreObject> object) {
 void ConfigStoreImpl::Update(std::shared_ptr<ConfigStoreObject> object,
                              const USERDATA_CONTEXT& context) {
   if (IsNull(object, "Update")) return;
-  StoreOperation op(3, "Update", object->GetConfigStoreObjectId(), context);
+  StoreOperation op(3, "Update", IdOf(object), context);
   const SchemaPtr& schema = op.Schema();
   ValidateCsoId(object, schema);
   ValidateUpdate(schema, object);
@@ -126,7 +126,7 @@ void ConfigStoreImpl::Delete(const ConfigStoreObjectId& id) {
 
 void ConfigStoreImpl::DeleteInstances(const std::shared_ptr<FilterSpecObject>& filter) {
   if (IsNull(filter, "DeleteInstances")) return;
-  StoreOperation op(3, "DeleteInstances", filter->GetConfigStoreObjectId(), EXTERNAL);
+  StoreOperation op(3, "DeleteInstances", IdOf(filter), EXTERNAL);
   const ConfigStoreObjectId& id = op.Id();
   ValidateCsoIdInstances(filter, op.Schema());
   if (filter->IsEmpty()) {

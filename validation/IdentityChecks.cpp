@@ -4,6 +4,7 @@
 #include <corvconfigstore/FilterSpecObject.h>
 
 #include "core/Throw.h"
+#include "object/ObjectAccess.h"
 #include "schema/SchemaStore.h"
 #include "validation/Validation.h"
 
@@ -30,8 +31,7 @@ void validateSingletonNonSingleton(const ConfigStoreObjectId& id,
 
 void validateSingletonNonSingleton(std::shared_ptr<ConfigStoreObject> object,
                                    std::shared_ptr<CorvSchemaStore::SchemaObject> schema) {
-  ConfigStoreObjectId id = object->GetConfigStoreObjectId();
-  validateSingletonNonSingleton(id, schema);
+  validateSingletonNonSingleton(IdOf(object), schema);
 }
 
 void ValidateCsoId(const ConfigStoreObjectId& id, const SchemaPtr& schema) {
@@ -40,7 +40,7 @@ void ValidateCsoId(const ConfigStoreObjectId& id, const SchemaPtr& schema) {
 }
 
 void ValidateCsoId(std::shared_ptr<ConfigStoreObject> object, const SchemaPtr& schema) {
-  ValidateCsoId(object->GetConfigStoreObjectId(), schema);
+  ValidateCsoId(IdOf(object), schema);
 }
 
 void ValidateCsoIdInstances(const ConfigStoreObjectId& id, const SchemaPtr& schema) {

@@ -89,7 +89,7 @@ void ValidateCachedConfig(const SchemaPtr& schema,
 
 void ValidateCSO(const SchemaPtr& schema, const std::shared_ptr<ConfigStoreObject>& object,
                  std::vector<ErrorInfo>& errors) {
-  const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
+  const ConfigStoreObjectId& id = IdOf(object);
   // An identity fault names the key by its path, made only then.
   auto identityFault = [&](CSErrorCodes code) {
     std::string path = "/" + id.component + "/" + id.group + "/" + id.key;
@@ -119,7 +119,7 @@ void ValidateCSO(const SchemaPtr& schema, const std::shared_ptr<ConfigStoreObjec
 bool validateObject(const std::shared_ptr<ConfigStoreObject>& object, ACTION action,
                     std::vector<ErrorInfo>& errors, const std::string&) {
   if (IsNull(object, "validateObject")) return false;
-  const ConfigStoreObjectId& id = object->GetConfigStoreObjectId();
+  const ConfigStoreObjectId& id = IdOf(object);
   SchemaPtr schema =
       CorvSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key);
   if (!schema) {
