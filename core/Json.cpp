@@ -357,10 +357,11 @@ bool Read(const char* text, size_t length, Sink& sink, std::string* error) {
 // The fast reader: recursive, reading a copy of the text in place (see
 // Run), and leaving the check of the text's bytes to the handler, which
 // checks each string whole (most are ASCII, which it checks eight bytes at
-// a time), or the whole text once when it has no escape. It recurses once per level of nesting, which the handler stops
-// at kMaxJsonDepth, so the stack it takes is bounded. Text that is not
-// UTF-8 is refused, so no document holds bytes that would make the text
-// written from it invalid JSON.
+// a time), or the whole text once when it has no escape. It recurses once
+// per level of nesting, which the handler stops at kMaxJsonDepth, so the
+// stack it takes is bounded. Text that is not UTF-8 is refused, so no
+// document holds bytes that would make the text written from it invalid
+// JSON.
 //
 // The iterative reader that checks the bytes names the faults as the
 // library always has (a lone "}" is "The document is empty.", where the

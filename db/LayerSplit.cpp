@@ -2,7 +2,6 @@
 // by the per-field "vital" and "cached" tags of its schema.
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -30,7 +30,6 @@ const LayerTagNode* LayerTags::Read(const JsonValue& node) {
     if (slot != nullptr && *slot == nullptr) *slot = &member.value;
   }
   if (properties != nullptr && properties->IsObject()) {
-    read.hasProperties = true;
     for (const auto& property : properties->GetObject()) {
       const std::string_view name(property.name.GetString(), property.name.GetStringLength());
       if (read.Property(name) == nullptr) read.properties.emplace_back(name, Read(property.value));

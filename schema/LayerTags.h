@@ -24,9 +24,8 @@ struct LayerTagNode {
   const CorvConfigStore::JsonValue* instanceId = nullptr;
   const CorvConfigStore::JsonValue* vital = nullptr;
   const CorvConfigStore::JsonValue* cached = nullptr;
-  // The node has "properties" holding an object; its properties in order,
-  // the first of each name.
-  bool hasProperties = false;
+  // The entries of the node's "properties", when that is an object, in
+  // order, the first of each name.
   std::vector<std::pair<std::string_view, const LayerTagNode*>> properties;
   // "type" is the string "array".
   bool isArray = false;

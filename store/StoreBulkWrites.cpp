@@ -69,8 +69,7 @@ void ConfigStoreImpl::SetUserDataInstances(std::vector<std::shared_ptr<ConfigSto
 void ConfigStoreImpl::SetCachedDataInstances(
     std::vector<std::shared_ptr<ConfigStoreObject>> objects) {
   objects = DropNullObjects(objects, "SetCachedDataInstances");
-  StoreOperation op(3, "SetCachedDataInstances", IdOf(objects.front()),
-                    EXTERNAL);
+  StoreOperation op(3, "SetCachedDataInstances", IdOf(objects.front()), EXTERNAL);
   ValidateCsoIdInstances(op.Id(), op.Schema());
   SetDataInstancesInternal(op, objects, ValidateCachedConfig, DeleteCachedConfigInstances,
                     WriteCachedConfigInstances);
@@ -79,8 +78,7 @@ void ConfigStoreImpl::SetCachedDataInstances(
 void ConfigStoreImpl::SetVitalDataInstances(
     std::vector<std::shared_ptr<ConfigStoreObject>> objects) {
   objects = DropNullObjects(objects, "SetVitalDataInstances");
-  StoreOperation op(3, "SetVitalDataInstances", IdOf(objects.front()),
-                    EXTERNAL);
+  StoreOperation op(3, "SetVitalDataInstances", IdOf(objects.front()), EXTERNAL);
   ValidateCsoIdInstances(op.Id(), op.Schema());
   SetDataInstancesInternal(op, objects, ValidateVitalConfig, DeleteVitalConfigInstances,
                     WriteVitalConfigInstances);
