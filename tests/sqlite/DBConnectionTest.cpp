@@ -92,19 +92,24 @@ TEST_F(StoreTest, DefaultConnectionIsKeptPerThread) {
   EXPECT_EQ(store_, other->Path());
 }
 
-TEST_F(StoreTest, DefaultConnectionFollowsTheEnvironment) {
+// The default connection goes to otherStore when the environment names it,
+// and back to store.
+void ExpectToFollowTheEnvironment(const std::string& store, const std::string& otherStore) {
   auto first = DBStore::GetDefaultConnection();
   ASSERT_NE(nullptr, first);
-  std::string otherStore = dir_.File("other.db");
   ASSERT_EQ(DBStore::kSuccess, DBStore::ProvisionStore(otherStore, nullptr));
   setenv("CORV_CONFIGSTORE_DB", otherStore.c_str(), 1);
   auto second = DBStore::GetDefaultConnection();
   ASSERT_NE(nullptr, second);
   EXPECT_EQ(otherStore, second->Path());
-  setenv("CORV_CONFIGSTORE_DB", store_.c_str(), 1);
+  setenv("CORV_CONFIGSTORE_DB", store.c_str(), 1);
   auto third = DBStore::GetDefaultConnection();
   ASSERT_NE(nullptr, third);
-  EXPECT_EQ(store_, third->Path());
+  EXPECT_EQ(store, third->Path());
+}
+
+TEST_F(StoreTest, DefaultConnectionFollowsTheEnvironment) {
+  ExpectToFollowTheEnvironment(store_, dir_.File("other.db"));
 }
 
 TEST_F(StoreTest, DefaultConnectionIsReopenedWhenTheFileIsReplaced) {
@@ -154,14 +159,7 @@ TEST_F(StoreTest, InAScopeTheDefaultConnectionKeepsTheFileItFoundFirst) {
 
 TEST_F(StoreTest, InAScopeTheDefaultConnectionStillFollowsTheEnvironment) {
   DBStore::DefaultConnectionScope scope;
-  auto first = DBStore::GetDefaultConnection();
-  ASSERT_NE(nullptr, first);
-  std::string otherStore = dir_.File("other.db");
-  ASSERT_EQ(DBStore::kSuccess, DBStore::ProvisionStore(otherStore, nullptr));
-  setenv("CORV_CONFIGSTORE_DB", otherStore.c_str(), 1);
-  auto second = DBStore::GetDefaultConnection();
-  ASSERT_NE(nullptr, second);
-  EXPECT_EQ(otherStore, second->Path());
+  ExpectToFollowTheEnvironment(store_, dir_.File("other.db"));
 }
 
 TEST_F(StoreTest, InAScopeAStoreNotFoundIsLookedForAgain) {
