@@ -11,11 +11,12 @@ namespace CorvConfigStore {
 
 namespace {
 
-// The layer a caller reads its own view from.
+// The layer a caller reads its own view from; runTimeUser is the row's
+// RunTimeUserLayer.
 Layer CallerLayer(const ConfigRow& row, USERDATA_CONTEXT context, bool duringBoot,
-                  const OperationContext& op) {
+                  Layer runTimeUser) {
   if (context != EXTERNAL) return Layer::kAutoConf;
-  return duringBoot ? ConfirmedUserLayer(row) : RunTimeUserLayer(row, op);
+  return duringBoot ? ConfirmedUserLayer(row) : runTimeUser;
 }
 
 void VisitConfigInstances(const std::shared_ptr<FilterSpecObject>& filter,
@@ -58,7 +59,9 @@ ObjectPtr GetConfigByBootAndContext(const ConfigStoreObjectId& id, const SchemaP
   // The phase is settled before the row is read, whichever layer is wanted.
   const bool duringBoot = op.DuringBoot();
   ConfigRow row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
-  return MergeRowLayers(id, schema, row, CallerLayer(row, context, duringBoot, op), Layer::kNone);
+  return MergeRowLayers(id, schema, row,
+                        CallerLayer(row, context, duringBoot, RunTimeUserLayer(row, op)),
+                        Layer::kNone);
 }
 
 StoredObject GetForUpdateInternal(const ConfigStoreObjectId& id, const SchemaPtr& schema,
@@ -67,7 +70,7 @@ StoredObject GetForUpdateInternal(const ConfigStoreObjectId& id, const SchemaPtr
   const bool duringBoot = op.DuringBoot();
   ConfigRow row = ReadObjectRow(conn, READ_TABLE_CONFIG, id);
   const Layer user = RunTimeUserLayer(row, op);
-  const Layer caller = CallerLayer(row, context, duringBoot, op);
+  const Layer caller = CallerLayer(row, context, duringBoot, user);
   StoredObject stored;
   stored.current = MergeRowLayers(id, schema, row, Layer::kAutoConf, user);
   // Views of different layers merge into layer objects of their own, so the

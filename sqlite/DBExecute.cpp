@@ -17,7 +17,6 @@ SqlParam SqlParam::Text(std::string value) {
 SqlParam SqlParam::TextRef(std::string_view value) {
   SqlParam param;
   param.kind_ = Kind::kText;
-  param.borrowed_ = true;
   param.borrowedText_ = value;
   return param;
 }

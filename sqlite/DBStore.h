@@ -66,12 +66,14 @@ class SqlParam {
 
   enum class Kind { kText, kInt, kNull };
   Kind kind() const { return kind_; }
-  std::string_view text() const { return borrowed_ ? borrowedText_ : std::string_view(text_); }
+  // A text of the caller's is the one whose view has somewhere to point.
+  std::string_view text() const {
+    return borrowedText_.data() != nullptr ? borrowedText_ : std::string_view(text_);
+  }
   int64_t integer() const { return integer_; }
 
  private:
   Kind kind_ = Kind::kNull;
-  bool borrowed_ = false;
   std::string text_;
   std::string_view borrowedText_;
   int64_t integer_ = 0;
