@@ -67,6 +67,16 @@ TEST(JsonPatternTest, DeepAndFailedSearchesLeaveLaterSearchesUnharmed) {
   }
 }
 
+// Machine-code searches stop on limits of their own; whichever limit stops
+// a search, the reason is the one the interpreter gives.
+TEST(JsonPatternTest, ASearchStoppedByALimitGivesTheInterpretersReason) {
+  auto deep = Compile("^(a|b)*[0-9]");
+  std::string reason;
+  EXPECT_EQ(Search(deep, std::string(20000, 'a') + "1", &reason), Outcome::kFailed);
+  EXPECT_EQ(reason, "depth limit exceeded");
+  EXPECT_EQ(Search(deep, std::string(2000, 'b') + "1"), Outcome::kMatch);
+}
+
 TEST(JsonPatternTest, EachThreadSearchesOnItsOwn) {
   auto pattern = Compile("^(a|b)*[0-9]");
   std::vector<int> failures(4, 0);
