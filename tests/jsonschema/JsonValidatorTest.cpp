@@ -237,6 +237,20 @@ TEST(JsonValidatorValueTest, LengthsCountCodePoints) {
             (Records{{"/", "string of 1 characters is shorter than minLength 2"}}));
 }
 
+TEST(JsonValidatorValueTest, LengthsOfLongTextsCountCodePointsAtEveryOffset) {
+  // Long texts are counted eight bytes at a time: sequences of two and four
+  // bytes land at every offset of those eight and across their edges.
+  for (size_t lead = 0; lead < 10; ++lead) {
+    std::string text = std::string(lead, 'a') + "\xC3\xA9\xC3\xA9\xF0\x9F\x98\x80" +
+                       std::string(lead, 'b') + "\xE2\x82\xACz";
+    size_t codePoints = lead + 3 + lead + 2;
+    EXPECT_EQ(Check(R"({"maxLength": 0})", "\"" + text + "\"", {1}),
+              (Records{{"/", "string of " + std::to_string(codePoints) +
+                                 " characters is longer than maxLength 0"}}))
+        << lead;
+  }
+}
+
 TEST(JsonValidatorValueTest, ArrayAndObjectSizes) {
   EXPECT_EQ(Check(R"({"minItems": 1, "maxItems": 2})", "[]", {1}),
             (Records{{"/", "array of 0 items is shorter than minItems 1"}}));
