@@ -173,6 +173,17 @@ bool IsTrue(const JsonValue* keyword) {
 
 }  // namespace
 
+// Properties are few, and a scan of their signatures meets the first entry
+// of a name first; the texts are compared only where signatures agree.
+const SchemaNode* SchemaNode::FindProperty(std::string_view name) const {
+  if (properties.empty()) return nullptr;
+  const NameSignature signature = NameSignature::Of(name);
+  for (const Member& property : properties)
+    if (property.signature == signature && (signature.Whole() || property.name == name))
+      return property.schema;
+  return nullptr;
+}
+
 CompiledSchema::CompiledSchema(const JsonValue& schema) {
   Compile(schema);
   // Which node describes a value depends only on whether the value is an
@@ -198,7 +209,8 @@ const SchemaNode* CompiledSchema::Compile(const JsonValue& schema) {
 
   if (const JsonValue* properties = found[kProperties]; properties && properties->IsObject())
     for (const auto& property : properties->GetObject())
-      node.properties.push_back({Text(property.name), Compile(property.value)});
+      node.properties.push_back(
+          {Text(property.name), NameSignature::Of(Text(property.name)), Compile(property.value)});
   if (const JsonValue* patterns = found[kPatternProperties]; patterns && patterns->IsObject())
     for (const auto& entry : patterns->GetObject())
       node.patternProperties.push_back(

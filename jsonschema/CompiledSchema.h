@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <optional>
 #include <string>
@@ -30,6 +31,41 @@ enum TypeBit : uint8_t {
   kIntegerBit = 1 << 6,  // a number without fraction
 };
 
+// A name's length and up to eight of its bytes (all of a shorter name):
+// names that differ there (most pairs) are told apart without comparing
+// their texts. Made with fixed-size loads, since it is made for every
+// member of every value checked.
+struct NameSignature {
+  uint64_t head = 0;
+  size_t length = 0;
+
+  static NameSignature Of(std::string_view name) {
+    NameSignature signature;
+    const char* bytes = name.data();
+    const size_t n = name.size();
+    signature.length = n;
+    if (n >= 8) {
+      std::memcpy(&signature.head, bytes, 8);
+    } else if (n >= 4) {  // the first and the last four bytes, overlapping
+      uint32_t first, last;
+      std::memcpy(&first, bytes, 4);
+      std::memcpy(&last, bytes + n - 4, 4);
+      signature.head = first | static_cast<uint64_t>(last) << 32;
+    } else if (n > 0) {  // the first, middle and last byte
+      signature.head = static_cast<uint8_t>(bytes[0]) |
+                       static_cast<uint64_t>(static_cast<uint8_t>(bytes[n / 2])) << 8 |
+                       static_cast<uint64_t>(static_cast<uint8_t>(bytes[n - 1])) << 16;
+    }
+    return signature;
+  }
+  bool operator==(const NameSignature& other) const {
+    return head == other.head && length == other.length;
+  }
+  // A name of up to eight bytes is whole in its signature: two such names
+  // with equal signatures are equal.
+  bool Whole() const { return length <= 8; }
+};
+
 // One node of a schema (an object, a boolean, or anything else written
 // where a schema belongs). A keyword is taken where the node first names
 // it; one that is absent or whose own value is malformed is left null,
@@ -38,6 +74,7 @@ struct SchemaNode {
   // A schema, with the name or pattern that selects it.
   struct Member {
     std::string_view name;
+    NameSignature signature;  // of name
     const SchemaNode* schema;
   };
   struct PatternMember {
@@ -61,6 +98,10 @@ struct SchemaNode {
   // "type" does not rule out an object: absent, malformed, or naming
   // "object".
   bool allowsObject = true;
+
+  // The schema "properties" gives member name: its first entry of that
+  // name, as a lookup by name in the document finds it; null when none.
+  const SchemaNode* FindProperty(std::string_view name) const;
 
   // Members and items.
   std::vector<Member> properties;

@@ -5,6 +5,7 @@
 #include "jsonschema/JsonValidator.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/GeneratedId.h"
@@ -117,17 +118,24 @@ class Walker {
   void WalkMembers(const SchemaNode& schema, const JsonValue& value, PointerPath& path,
                    bool closes) {
     const JsonValue* additional = schema.additionalProperties;
+    // What FindMemberSchemas finds, taken in two parts so that a node
+    // without patternProperties (most) fills no list.
     std::vector<const SchemaNode*> schemas;
     std::vector<PatternFailure> failures;
     std::vector<const JsonValue*> reportedPatterns;
     for (const auto& member : value.GetObject()) {
       path.PushName(member.name);
-      schemas.clear();
-      failures.clear();
-      FindMemberSchemas(schema, member.name, schemas, &failures);
-      ReportPatternFailures(failures, path, reportedPatterns);
+      const SchemaNode* property = schema.FindProperty(
+          std::string_view(member.name.GetString(), member.name.GetStringLength()));
+      if (!schema.patternProperties.empty()) {
+        schemas.clear();
+        failures.clear();
+        FindPatternSchemas(schema, member.name, schemas, &failures);
+        ReportPatternFailures(failures, path, reportedPatterns);
+      }
+      if (property != nullptr) Walk(*property, member.value, path, true);
       for (const SchemaNode* memberSchema : schemas) Walk(*memberSchema, member.value, path, true);
-      if (schemas.empty() && failures.empty()) {
+      if (property == nullptr && schemas.empty() && failures.empty()) {
         if (schema.additionalSchema != nullptr) {
           Walk(*schema.additionalSchema, member.value, path, true);
         } else if (additional != nullptr && additional->IsFalse()) {

@@ -71,6 +71,10 @@ struct PatternFailure {
 void FindMemberSchemas(const SchemaNode& schema, const JsonValue& name,
                        std::vector<const SchemaNode*>& schemas,
                        std::vector<PatternFailure>* failures);
+// Only the "patternProperties" part of FindMemberSchemas.
+void FindPatternSchemas(const SchemaNode& schema, const JsonValue& name,
+                        std::vector<const SchemaNode*>& schemas,
+                        std::vector<PatternFailure>* failures);
 
 // Option 1: enum, const and the numeric, length, size, pattern, format
 // and uniqueness keywords of one schema node, for the value itself.

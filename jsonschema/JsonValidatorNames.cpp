@@ -4,8 +4,6 @@
 // meant: a read that merges layers keeps the last, a plain read meets the
 // first, and writing the merged value back moves members around.
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
 #include <string_view>
 
 #include "jsonschema/JsonValidatorInternal.h"
@@ -21,23 +19,6 @@ std::string_view NameOf(const JsonValue& name) {
   return std::string_view(name.GetString(), name.GetStringLength());
 }
 
-// A name's length and first eight bytes: names that differ there (most
-// pairs) are told apart without comparing their texts.
-struct Signature {
-  uint64_t head = 0;
-  size_t length = 0;
-  bool operator==(const Signature& other) const {
-    return head == other.head && length == other.length;
-  }
-};
-
-Signature SignatureOf(const JsonValue& name) {
-  Signature signature;
-  signature.length = name.GetStringLength();
-  std::memcpy(&signature.head, name.GetString(), std::min<size_t>(signature.length, 8));
-  return signature;
-}
-
 // The members of object whose name an earlier member has, each name once.
 std::vector<const JsonValue*> RepeatedNames(const JsonValue& object) {
   std::vector<const JsonValue*> repeated;
@@ -45,13 +26,14 @@ std::vector<const JsonValue*> RepeatedNames(const JsonValue& object) {
   if (count < 2) return repeated;
   auto begin = object.MemberBegin();
   if (count <= kPairwiseMembers) {
-    Signature signatures[kPairwiseMembers];
+    NameSignature signatures[kPairwiseMembers];
     for (rapidjson::SizeType i = 0; i < count; ++i) {
-      signatures[i] = SignatureOf(begin[i].name);
       const std::string_view name = NameOf(begin[i].name);
+      signatures[i] = NameSignature::Of(name);
       bool earlier = false;
       for (rapidjson::SizeType j = 0; j < i && !earlier; ++j)
-        earlier = signatures[j] == signatures[i] && NameOf(begin[j].name) == name;
+        earlier = signatures[j] == signatures[i] &&
+                  (signatures[i].Whole() || NameOf(begin[j].name) == name);
       if (!earlier) continue;
       bool reported = false;
       for (const JsonValue* seen : repeated) reported = reported || NameOf(*seen) == name;

@@ -66,13 +66,15 @@ std::string Describe(const JsonValue& value) {
 void FindMemberSchemas(const SchemaNode& schema, const JsonValue& name,
                        std::vector<const SchemaNode*>& schemas,
                        std::vector<PatternFailure>* failures) {
-  std::string_view text(name.GetString(), name.GetStringLength());
-  for (const auto& property : schema.properties) {
-    if (property.name == text) {
-      schemas.push_back(property.schema);
-      break;
-    }
-  }
+  const SchemaNode* property =
+      schema.FindProperty(std::string_view(name.GetString(), name.GetStringLength()));
+  if (property != nullptr) schemas.push_back(property);
+  FindPatternSchemas(schema, name, schemas, failures);
+}
+
+void FindPatternSchemas(const SchemaNode& schema, const JsonValue& name,
+                        std::vector<const SchemaNode*>& schemas,
+                        std::vector<PatternFailure>* failures) {
   for (const auto& entry : schema.patternProperties) {
     std::string reason;
     auto outcome =

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unordered_set>
 #include <utility>
@@ -142,6 +143,56 @@ TEST(CompiledSchemaTest, KeywordNamedTwiceCountsWhereFirstNamed) {
   JsonDocument text = Parse("\"a\"");
   EXPECT_EQ(CheckCompiled(compiled, text, {0, 1}),
             (Records{{"/", "expected type integer, found string"}}));
+}
+
+TEST(CompiledSchemaTest, PropertyNamedTwiceCountsWhereFirstNamed) {
+  JsonDocument schema = Parse(R"({"properties": {"port": {"type": "integer"}, "mtu": {},
+                                                 "port": {"type": "string"}}})");
+  JsonValidator::CompiledSchema compiled(schema);
+  EXPECT_EQ(compiled.Root().FindProperty("port")->json,
+            &schema["properties"].MemberBegin()->value);
+  JsonDocument number = Parse(R"({"port": 1})");
+  EXPECT_EQ(CheckCompiled(compiled, number, {0}), Records{});
+  JsonDocument text = Parse(R"({"port": "x"})");
+  EXPECT_EQ(CheckCompiled(compiled, text, {0}),
+            (Records{{"/port", "expected type integer, found string"}}));
+}
+
+TEST(CompiledSchemaTest, PropertiesSharingLengthAndFirstBytesAreToldApart) {
+  // Pairs alike in length and in their first eight bytes, or in all bytes
+  // up to a zero byte, and names shorter than eight bytes.
+  const char* const names[] = {"interface0001", "interface0002", "a\\u0000b", "a\\u0000c",
+                               "ab",            "ba",            "",          "mtu"};
+  std::string text = R"({"properties": {)";
+  for (const char* name : names)
+    text += std::string(text.back() == '{' ? "" : ",") + "\"" + name + "\": {}";
+  JsonDocument schema = Parse(text + "}}");
+  JsonValidator::CompiledSchema compiled(schema);
+  const JsonValue& properties = schema["properties"];
+  for (auto property = properties.MemberBegin(); property != properties.MemberEnd(); ++property) {
+    std::string_view name(property->name.GetString(), property->name.GetStringLength());
+    const JsonValidator::SchemaNode* found = compiled.Root().FindProperty(name);
+    ASSERT_NE(found, nullptr) << name;
+    EXPECT_EQ(found->json, &property->value) << name;
+  }
+  const std::string_view absent[] = {"interface0003", "interface000",          "a", "mtv", "b",
+                                     "ab ",           std::string_view("a\0d", 3)};
+  for (std::string_view name : absent)
+    EXPECT_EQ(compiled.Root().FindProperty(name), nullptr) << name;
+}
+
+TEST(CompiledSchemaTest, PropertyDifferingInAnyOneByteIsNotFound) {
+  for (size_t length = 1; length <= 12; ++length) {
+    const std::string name(length, 'a');
+    JsonDocument schema = Parse(R"({"properties": {")" + name + R"(": {}}})");
+    JsonValidator::CompiledSchema compiled(schema);
+    EXPECT_NE(compiled.Root().FindProperty(name), nullptr) << name;
+    for (size_t at = 0; at < length; ++at) {
+      std::string other = name;
+      other[at] = 'b';
+      EXPECT_EQ(compiled.Root().FindProperty(other), nullptr) << other;
+    }
+  }
 }
 
 TEST(CompiledSchemaTest, OneCompiledSchemaServesSeveralThreads) {

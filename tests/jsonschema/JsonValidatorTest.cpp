@@ -758,6 +758,23 @@ TEST(JsonValidatorRepeatedNamesTest, ReportsEachRepeatedNameOnceWhereItRepeats) 
   EXPECT_EQ(Check("{}", R"({"a": 1, "b": [{"a": 1}, {"b": 2}], "A": 3})", {}), Records{});
 }
 
+// Names are told apart by their length and some of their bytes first: two
+// names of any length that differ in any one byte are never taken as one.
+TEST(JsonValidatorRepeatedNamesTest, NamesDifferingInAnyOneByteAreNotRepeats) {
+  const std::string repeated = "the object holds more than one member of this name";
+  for (size_t length = 1; length <= 12; ++length) {
+    const std::string name(length, 'a');
+    EXPECT_EQ(Check("{}", "{\"" + name + "\": 0, \"" + name + "\": 1}", {}),
+              (Records{{"/" + name, repeated}}));
+    for (size_t at = 0; at < length; ++at) {
+      std::string other = name;
+      other[at] = 'b';
+      EXPECT_EQ(Check("{}", "{\"" + name + "\": 0, \"" + other + "\": 1}", {}), Records{})
+          << other;
+    }
+  }
+}
+
 // Objects of more than sixteen members are checked by sorting their names:
 // the same records, in the order of the repetitions, whatever the size.
 TEST(JsonValidatorRepeatedNamesTest, LargeObjectsGiveTheSameRecords) {
