@@ -7,8 +7,8 @@
 
 #include <optional>
 #include <string>
-#include <unordered_map>
 
+#include "core/IdOrderedMap.h"
 #include "db/ConfigRow.h"
 
 namespace CorvConfigStore {
@@ -22,7 +22,7 @@ struct RowLayers {
   std::string cached;
   std::string version;
 };
-using RowLayersById = std::unordered_map<ConfigStoreObjectId, RowLayers>;
+using RowLayersById = IdOrderedMap<RowLayers>;
 
 // Each object's value (bound NULL when empty) becomes the row's user value,
 // confirmed (while op's upgrade context is 2: confirmed when success is
@@ -43,8 +43,9 @@ void WriteAutoConfConfigInstances(const ObjectList& objects, const Connection& c
 using RowWritten = std::function<void()>;
 
 // Writes every layer of each row at once; the desired value becomes NULL.
-// In op's upgrade context 2 a schema that does not apply during upgrades
-// writes its entry, and every later one, unconfirmed. Throws 1037 for an
+// Rows are written in the order they were added. In op's upgrade context 2
+// a schema that does not apply during upgrades writes its entry, and every
+// later one, unconfirmed. Throws 1037 for an
 // entry without schema and 2000 "WriteComplete failed" when a write fails.
 // written, when given, is called after each row.
 void WriteCompleteConfigInstances(const RowLayersById& rows, const OperationContext& op,

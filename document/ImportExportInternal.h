@@ -7,9 +7,9 @@
 
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
+#include "core/IdOrderedMap.h"
 #include "core/Json.h"
 
 namespace CorvSchemaStore {
@@ -22,8 +22,8 @@ namespace CorvConfigStore {
 // Configuration objects by identity. An entry holding an empty pointer
 // stands for "nothing stored": every instance of its configuration (its
 // identity has an empty instance id) is to be removed, or, in an export, is
-// shown as null.
-using CsoIdObjectMap = std::unordered_map<ConfigStoreObjectId, std::shared_ptr<ConfigStoreObject>>;
+// shown as null. Entries keep the order the document gives them.
+using CsoIdObjectMap = IdOrderedMap<std::shared_ptr<ConfigStoreObject>>;
 
 // Parses an import document into out and validates it as a whole. Keys
 // holding null become empty entries; after validation, every other key gets

@@ -230,15 +230,19 @@ TEST_F(WriteRowsTest, WriteCompleteInUpgradeContextTwoKeepsAnUnconfirmedFlagForL
   EXPECT_EQ(Column(late, "Success"), "1");
   EXPECT_EQ(Column(motd, "Success"), "1");
 
+  // Rows are written in the order they were added: motd after late.
   SetUpgradeCtx(2);
   WriteCompleteConfigInstances(columns, OperationContext(), conn_);
-  bool motdAfterLate = false, seenLate = false;
-  for (const auto& entry : columns) {
-    if (entry.first == late) seenLate = true;
-    if (entry.first == motd) motdAfterLate = seenLate;
-  }
   EXPECT_EQ(Column(late, "Success"), "0");
-  EXPECT_EQ(Column(motd, "Success"), motdAfterLate ? "0" : "1");
+  EXPECT_EQ(Column(motd, "Success"), "0");
+
+  // Added before late, motd is written first and stays confirmed.
+  RowLayersById motdFirst;
+  motdFirst[motd].user = R"({"text":"m"})";
+  motdFirst[late].user = R"({"text":"l"})";
+  WriteCompleteConfigInstances(motdFirst, OperationContext(), conn_);
+  EXPECT_EQ(Column(late, "Success"), "0");
+  EXPECT_EQ(Column(motd, "Success"), "1");
 
   // Alone, an entry whose schema applies during upgrades stays confirmed.
   RowLayersById single;

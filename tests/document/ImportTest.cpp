@@ -320,6 +320,13 @@ TEST_F(ImportTest, TheMapHoldsRemovalsAndObjects) {
   EXPECT_EQ(Id("iface", "net", "b"), map[Id("iface", "net", "b")]->GetConfigStoreObjectId());
   ASSERT_TRUE(map.count(kMotd));
   EXPECT_FALSE(map[kMotd]);
+  // Removals first, then each key's configuration and its objects as the
+  // document gives them.
+  std::vector<ConfigStoreObjectId> order;
+  for (const auto& entry : map) order.push_back(entry.first);
+  EXPECT_EQ(order, (std::vector<ConfigStoreObjectId>{kMotd, Id("options", "kestrel"), kIface,
+                                                     Id("iface", "net", "a"),
+                                                     Id("iface", "net", "b")}));
 }
 
 TEST_F(ImportTest, AnInvalidDocumentKeepsOnlyItsRemovalsInTheMap) {
