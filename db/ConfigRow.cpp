@@ -74,8 +74,8 @@ const char* LayerColumn(Layer layer) {
 // under a statement that selects every column) is matched again, into a
 // new list, as an execution of the text may still be reading the old one.
 using Columns = std::vector<const ColumnName*>;
-std::shared_ptr<const Columns> ResolvedColumns(const std::string& statement, int count,
-                                               char** names) {
+std::shared_ptr<const Columns> ResolvedColumns(const std::string& statement,
+                                               const DBStore::ResultRow& row) {
   static const std::unordered_map<std::string_view, const ColumnName*> kByName = [] {
     std::unordered_map<std::string_view, const ColumnName*> byName;
     for (const ColumnName& column : kColumns) byName.emplace(column.name, &column);
@@ -84,10 +84,11 @@ std::shared_ptr<const Columns> ResolvedColumns(const std::string& statement, int
   static constexpr ColumnName kUnknown = {"", Field::kIgnored, Layer::kNone};
   thread_local std::unordered_map<std::string, std::shared_ptr<const Columns>> resolved;
   std::shared_ptr<const Columns>& known = resolved[statement];
+  const int count = row.Count();
   if (known && known->size() == static_cast<size_t>(count)) return known;
   auto columns = std::make_shared<Columns>(static_cast<size_t>(count), &kUnknown);
   for (int i = 0; i < count; ++i) {
-    auto found = kByName.find(names[i]);
+    auto found = kByName.find(row.Name(i));
     if (found != kByName.end()) (*columns)[static_cast<size_t>(i)] = found->second;
   }
   known = columns;
@@ -99,13 +100,26 @@ class RowFiller {
  public:
   explicit RowFiller(const DBStore::SqlStatement& statement) : statement_(statement.Text()) {}
 
-  void Fill(ConfigRow& row, int count, char** values, char** names) {
-    if (!columns_) columns_ = ResolvedColumns(statement_, count, names);
+  void Fill(ConfigRow& row, const DBStore::ResultRow& result) {
+    if (!columns_) columns_ = ResolvedColumns(statement_, result);
     row.found = true;
+    const int count = static_cast<int>(columns_->size());
     for (int i = 0; i < count; ++i) {
-      if (values[i] == nullptr) continue;
       const ColumnName& column = *(*columns_)[static_cast<size_t>(i)];
-      const char* value = values[i];
+      if (column.field == Field::kIgnored) continue;
+      // The counters are integers: taken as such, not written out as text
+      // and read back. Any other value is read from its text.
+      int64_t number = 0;
+      if (column.field == Field::kRevision && result.Integer(i, &number)) {
+        row.revision = static_cast<int>(number);
+        continue;
+      }
+      if (column.field == Field::kSuccess && result.Integer(i, &number)) {
+        row.confirmed = number == 1;
+        continue;
+      }
+      const char* value = result.Text(i);
+      if (value == nullptr) continue;
       switch (column.field) {
         case Field::kIgnored: break;
         case Field::kComponent: row.component = value; break;
@@ -137,10 +151,10 @@ template <typename Next, typename Failed>
 void Collect(const Connection& conn, const DBStore::SqlStatement& statement,
              const DBStore::SqlParams& params, Failed failed, Next next) {
   RowFiller filler(statement);
-  if (DBStore::ExecuteStmt(
+  if (DBStore::ExecuteStmtRows(
           conn, statement, params,
-          [&](int count, char** values, char** names) {
-            filler.Fill(next(), count, values, names);
+          [&](const DBStore::ResultRow& result) {
+            filler.Fill(next(), result);
             return 0;
           },
           kStmtTimeLimit) != DBStore::kSuccess)
@@ -177,11 +191,11 @@ void VisitRows(const Connection& conn, const DBStore::SqlStatement& statement,
                const std::function<void(const ConfigRow&)>& visit) {
   RowFiller filler(statement);
   ConfigRow row;
-  if (DBStore::ExecuteStmt(
+  if (DBStore::ExecuteStmtRows(
           conn, statement, params,
-          [&](int count, char** values, char** names) {
+          [&](const DBStore::ResultRow& result) {
             row.Clear();
-            filler.Fill(row, count, values, names);
+            filler.Fill(row, result);
             visit(row);
             return 0;
           },

@@ -1,6 +1,8 @@
 // Statement preparation through the per-connection cache, parameter
-// binding, and execution with a row callback.
+// binding, and execution with a row callback, rows handed over in place or
+// as texts.
 #include <cctype>
+#include <functional>
 #include <vector>
 
 #include "sqlite/DBConnectionImpl.h"
@@ -133,19 +135,9 @@ int Bind(Impl& impl, sqlite3_stmt* stmt, const SqlParams& params, const std::str
   return kSuccess;
 }
 
-// Rows of up to this many columns hand their column pointers over in arrays
-// on the stack; wider rows take vectors.
-constexpr int kInlineColumns = 32;
-
-int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std::string& text) {
-  static char empty[] = "";
-  char* inlineValues[kInlineColumns];
-  char* inlineNames[kInlineColumns];
-  std::vector<char*> wideValues;
-  std::vector<char*> wideNames;
-  char** values = nullptr;
-  char** names = nullptr;
-  int columns = -1;
+int Step(Impl& impl, sqlite3_stmt* stmt, const ResultRowCallback& callback,
+         const std::string& text) {
+  const ResultRow row(stmt);
   for (;;) {
     int rc = sqlite3_step(stmt);
     if (rc == SQLITE_DONE) return kSuccess;
@@ -156,34 +148,51 @@ int Step(Impl& impl, sqlite3_stmt* stmt, const RowCallback& callback, const std:
         DiscardFailedCommit(impl);
       return kFailure;
     }
-    if (!callback) continue;
-    // The names are the same for every row of the execution.
-    int count = sqlite3_column_count(stmt);
-    if (count != columns) {
-      columns = count;
-      if (count <= kInlineColumns) {
-        values = inlineValues;
-        names = inlineNames;
-      } else {
-        wideValues.resize(static_cast<size_t>(count));
-        wideNames.resize(static_cast<size_t>(count));
-        values = wideValues.data();
-        names = wideNames.data();
-      }
-      for (int i = 0; i < count; ++i) names[i] = const_cast<char*>(sqlite3_column_name(stmt, i));
-    }
-    for (int i = 0; i < count; ++i) {
-      // No text is SQL NULL, or a value SQLite could not convert (out of
-      // memory), which reads as empty text.
-      const unsigned char* value = sqlite3_column_text(stmt, i);
-      values[i] = value != nullptr ? reinterpret_cast<char*>(const_cast<unsigned char*>(value))
-                  : sqlite3_column_type(stmt, i) == SQLITE_NULL ? nullptr
-                                                                 : empty;
-    }
     // Stopping early is the caller's choice, not a failure.
-    if (callback(count, values, names) != 0) return kSuccess;
+    if (callback && callback(row) != 0) return kSuccess;
   }
 }
+
+// Rows of up to this many columns hand their column pointers over in arrays
+// on the stack; wider rows take vectors.
+constexpr int kInlineColumns = 32;
+
+// Hands each row to callback as column texts and names, as RowCallback
+// takes them.
+class TextRows {
+ public:
+  explicit TextRows(const RowCallback& callback) : callback_(callback) {}
+
+  int operator()(const ResultRow& row) {
+    // The names are the same for every row of the execution.
+    int count = row.Count();
+    if (count != columns_) {
+      columns_ = count;
+      if (count <= kInlineColumns) {
+        values_ = inlineValues_;
+        names_ = inlineNames_;
+      } else {
+        wideValues_.resize(static_cast<size_t>(count));
+        wideNames_.resize(static_cast<size_t>(count));
+        values_ = wideValues_.data();
+        names_ = wideNames_.data();
+      }
+      for (int i = 0; i < count; ++i) names_[i] = const_cast<char*>(row.Name(i));
+    }
+    for (int i = 0; i < count; ++i) values_[i] = const_cast<char*>(row.Text(i));
+    return callback_(count, values_, names_);
+  }
+
+ private:
+  const RowCallback& callback_;
+  char* inlineValues_[kInlineColumns];
+  char* inlineNames_[kInlineColumns];
+  std::vector<char*> wideValues_;
+  std::vector<char*> wideNames_;
+  char** values_ = nullptr;
+  char** names_ = nullptr;
+  int columns_ = -1;
+};
 
 }  // namespace
 
@@ -195,8 +204,33 @@ int PrepareStmt(const std::shared_ptr<StoreConnection>& connection, const SqlSta
   return Cached(impl, statement) != nullptr ? kSuccess : kFailure;
 }
 
+int ResultRow::Count() const { return sqlite3_column_count(stmt_); }
+
+const char* ResultRow::Name(int column) const { return sqlite3_column_name(stmt_, column); }
+
+const char* ResultRow::Text(int column) const {
+  static const char empty[] = "";
+  const unsigned char* value = sqlite3_column_text(stmt_, column);
+  if (value != nullptr) return reinterpret_cast<const char*>(value);
+  return sqlite3_column_type(stmt_, column) == SQLITE_NULL ? nullptr : empty;
+}
+
+bool ResultRow::Integer(int column, int64_t* value) const {
+  if (sqlite3_column_type(stmt_, column) != SQLITE_INTEGER) return false;
+  *value = sqlite3_column_int64(stmt_, column);
+  return true;
+}
+
 int ExecuteStmt(const std::shared_ptr<StoreConnection>& connection, const SqlStatement& statement,
                 const SqlParams& params, const RowCallback& callback, int timeLimit) {
+  if (!callback) return ExecuteStmtRows(connection, statement, params, nullptr, timeLimit);
+  TextRows rows(callback);
+  return ExecuteStmtRows(connection, statement, params, std::ref(rows), timeLimit);
+}
+
+int ExecuteStmtRows(const std::shared_ptr<StoreConnection>& connection,
+                    const SqlStatement& statement, const SqlParams& params,
+                    const ResultRowCallback& callback, int timeLimit) {
   if (!connection) return kFailure;
   // A row callback may drop the caller's last reference to the connection.
   std::shared_ptr<StoreConnection> keep = connection;

@@ -13,6 +13,7 @@
 #include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace DBStore {
 
@@ -87,6 +88,29 @@ using SqlParams = std::vector<SqlParam>;
 // still counts as a success.
 using RowCallback = std::function<int(int count, char** values, char** names)>;
 
+// One result row, read in place while the row callback runs: nothing it
+// gives stays valid after the callback returns. A column is read only when
+// asked for, so a reader that knows its columns' places reads no names,
+// and one that takes an integer as such does not have SQLite write it out
+// as text first.
+class ResultRow {
+ public:
+  explicit ResultRow(sqlite3_stmt* stmt) : stmt_(stmt) {}
+  int Count() const;
+  const char* Name(int column) const;
+  // The column as text; null for SQL NULL, empty for a value SQLite could
+  // not convert (out of memory).
+  const char* Text(int column) const;
+  // True, with the value in *value, when the column holds an SQL integer.
+  bool Integer(int column, int64_t* value) const;
+
+ private:
+  sqlite3_stmt* stmt_;
+};
+
+// Receives each result row; its return as RowCallback's.
+using ResultRowCallback = std::function<int(const ResultRow& row)>;
+
 class StoreConnection {
  public:
   // Opens an existing database read-write, in WAL mode with
@@ -153,6 +177,10 @@ int PrepareStmt(const std::shared_ptr<StoreConnection>& connection, const SqlSta
 // statement reset and propagates.
 int ExecuteStmt(const std::shared_ptr<StoreConnection>& connection, const SqlStatement& statement,
                 const SqlParams& params, const RowCallback& callback, int timeLimit);
+// ExecuteStmt with each row handed over as a ResultRow.
+int ExecuteStmtRows(const std::shared_ptr<StoreConnection>& connection,
+                    const SqlStatement& statement, const SqlParams& params,
+                    const ResultRowCallback& callback, int timeLimit);
 
 // Nested transactions: the outermost begin is BEGIN IMMEDIATE (waiting up to
 // the connection's last busy time-out, 3000 ms on a new connection), inner

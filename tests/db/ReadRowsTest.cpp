@@ -136,6 +136,25 @@ TEST_F(ReadRowsTest, RowsFollowTheColumnsOfTheirStatement) {
   EXPECT_EQ(row.version, "2.0");
 }
 
+TEST_F(ReadRowsTest, CountersThatAreNoIntegersAreReadFromTheirText) {
+  // Columns without a type keep what is put in them.
+  ASSERT_EQ(Exec("CREATE TABLE Odd (Identifier, Revision, Success)"), "");
+  ASSERT_EQ(Exec("INSERT INTO Odd VALUES ('int', 9, 1), ('two', 5, 2), ('text', '12abc', '1'), "
+                 "('real', 3.7, 1.0), ('none', NULL, NULL)"),
+            "");
+  std::vector<std::string> seen;
+  for (const ConfigRow& row :
+       ReadRows(conn_, DBStore::SqlStatement("SELECT * FROM Odd ORDER BY rowid"), {}, "failed"))
+    seen.push_back(row.identifier + ":" + std::to_string(row.revision) + ":" +
+                   (row.confirmed ? "confirmed" : "not confirmed"));
+  // A revision is the number its text starts with; only a text "1" is
+  // confirmed, and the real 1.0 reads as "1.0".
+  EXPECT_EQ(seen, (std::vector<std::string>{
+                      "int:9:confirmed", "two:5:not confirmed", "text:12:confirmed",
+                      "real:3:not confirmed",
+                      "none:" + std::to_string(ConfigRow().revision) + ":not confirmed"}));
+}
+
 TEST_F(ReadRowsTest, UnconfirmedRowHasNoUserValueOutsideAnUpgrade) {
   InsertLayeredRow("0", R"('{"domain":"desired"}')");
   ConfigStoreObjectId id = Id("dns", "net");

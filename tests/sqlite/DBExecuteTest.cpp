@@ -115,6 +115,48 @@ TEST_F(DBExecute, CallbackReceivesCountValuesAndNames) {
   EXPECT_EQ(1, calls);
 }
 
+TEST_F(DBExecute, RowsInPlaceGiveTextsIntegersAndNames) {
+  ASSERT_EQ(DBStore::kSuccess,
+            Exec(connection_, "INSERT INTO T VALUES ('x', NULL, 7), (3.5, '12', -9007199254740993)"));
+  std::vector<std::string> seen;
+  int status = DBStore::ExecuteStmtRows(
+      connection_, SqlStatement("SELECT a, b AS Second, c FROM T ORDER BY rowid"), {},
+      [&seen](const DBStore::ResultRow& row) {
+        EXPECT_EQ(3, row.Count());
+        EXPECT_STREQ("a", row.Name(0));
+        EXPECT_STREQ("Second", row.Name(1));
+        std::string text;
+        for (int i = 0; i < row.Count(); ++i) {
+          const char* value = row.Text(i);
+          int64_t number = 0;
+          const bool integer = row.Integer(i, &number);
+          text += std::string(value != nullptr ? value : "<null>") +
+                  (integer ? "=" + std::to_string(number) : "") + ";";
+        }
+        seen.push_back(text);
+        return 0;
+      },
+      DBStore::kDefaultTimeLimit);
+  EXPECT_EQ(DBStore::kSuccess, status);
+  // Only an SQL integer reads as an integer: not a real, not a text of
+  // digits, not NULL.
+  EXPECT_EQ((std::vector<std::string>{"x;<null>;7=7;",
+                                      "3.5;12;-9007199254740993=-9007199254740993;"}),
+            seen);
+}
+
+TEST_F(DBExecute, RowsInPlaceStopAtANonZeroReturn) {
+  ASSERT_EQ(DBStore::kSuccess, Exec(connection_, "INSERT INTO T (a) VALUES (1), (2), (3)"));
+  int calls = 0;
+  EXPECT_EQ(DBStore::kSuccess,
+            DBStore::ExecuteStmtRows(
+                connection_, SqlStatement("SELECT a FROM T ORDER BY a"), {},
+                [&calls](const DBStore::ResultRow&) { return ++calls == 2 ? 1 : 0; },
+                DBStore::kDefaultTimeLimit));
+  EXPECT_EQ(2, calls);
+  EXPECT_EQ(3u, Rows(SqlStatement("SELECT a FROM T ORDER BY a")).size());
+}
+
 TEST_F(DBExecute, NonZeroCallbackReturnStopsExecution) {
   ASSERT_EQ(DBStore::kSuccess, Exec(connection_, "INSERT INTO T (a) VALUES (1), (2), (3)"));
   int calls = 0;
