@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/Checks.h"
@@ -22,16 +23,27 @@ namespace CorvConfigStore {
 
 namespace {
 
-using CorvSchemaStore::HasType;
-using CorvSchemaStore::IsArrayOfObjects;
+using CorvSchemaStore::ObjectItems;
+using CorvSchemaStore::TypeOf;
 
-// A schema node is user configuration unless one of these flags is true. A
-// flag that is present but not a boolean raises code 1082.
+// A schema node (always an object here) is user configuration unless one of
+// the flags "solutionUser", "vital" and "cached" is true. One pass over the
+// node finds the first member of each name, as a look-up by name would;
+// they are then read in that order, so that a flag that is present but not a
+// boolean raises code 1082 exactly when reading them one by one would.
 bool IsUserConfig(const JsonValue& node) {
-  for (const char* flag : {"solutionUser", "vital", "cached"}) {
-    auto member = node.FindMember(flag);
-    if (member != node.MemberEnd() && member->value.GetBool()) return false;
+  enum { kSolutionUser, kVital, kCached, kFlagCount };
+  const JsonValue* flags[kFlagCount] = {};
+  for (const auto& member : node.GetObject()) {
+    std::string_view name(member.name.GetString(), member.name.GetStringLength());
+    int flag = name == "solutionUser" ? kSolutionUser
+               : name == "vital"      ? kVital
+               : name == "cached"     ? kCached
+                                      : kFlagCount;
+    if (flag != kFlagCount && flags[flag] == nullptr) flags[flag] = &member.value;
   }
+  for (const JsonValue* flag : flags)
+    if (flag != nullptr && flag->GetBool()) return false;
   return true;
 }
 
@@ -72,12 +84,13 @@ void CleanObject(JsonValue& value, const JsonValue& schema) {
       ++member;
       continue;
     }
+    // A member the schema does not describe is left for validation to judge.
+    // The type is read once: it tells the two kinds of value cleaned apart.
     const JsonValue* property = PropertySchema(properties, member->name);
+    const std::string_view type = property != nullptr ? TypeOf(*property) : std::string_view();
     const char* name = member->name.GetString();
     bool erase = false;
-    if (property == nullptr) {
-      // Not described by the schema: left for validation to judge.
-    } else if (HasType(*property, "object")) {
+    if (type == "object") {
       if (member->value.IsObject() && IsUserConfig(*property)) {
         CleanObject(member->value, *property);
         if (member->value.ObjectEmpty()) {
@@ -85,11 +98,12 @@ void CleanObject(JsonValue& value, const JsonValue& schema) {
           erase = true;
         }
       }
-    } else if (IsArrayOfObjects(*property)) {
-      // Both the list and its instances must be user configuration.
-      const JsonValue& items = (*property)["items"];
-      if (member->value.IsArray() && IsUserConfig(*property) && IsUserConfig(items) &&
-          CleanList(member->value, items, name)) {
+    } else if (type == "array") {
+      // A list of instances: both the list and its instances must be user
+      // configuration.
+      const JsonValue* items = ObjectItems(*property);
+      if (items != nullptr && member->value.IsArray() && IsUserConfig(*property) &&
+          IsUserConfig(*items) && CleanList(member->value, *items, name)) {
         CSLogger::Log(2, "Erasing empty array prop %s", name);
         erase = true;
       }

@@ -5,27 +5,47 @@ namespace CorvSchemaStore {
 
 using CorvConfigStore::JsonValue;
 
+namespace {
+
+// Looks a member up by a literal name, whose length is known: a look-up by
+// a C string counts its bytes on every call, and these run for the members
+// of every value written.
+template <size_t N>
+JsonValue::ConstMemberIterator FindNamed(const JsonValue& node, const char (&name)[N]) {
+  return node.FindMember(JsonValue(rapidjson::StringRef(name, N - 1)));
+}
+
+}  // namespace
+
 bool IsFlagTrue(const JsonValue& node, const char* name) {
   if (!node.IsObject()) return false;
   auto member = node.FindMember(name);
   return member != node.MemberEnd() && member->value.IsBool() && member->value.GetBool();
 }
 
-bool HasType(const JsonValue& node, const char* type) {
-  if (!node.IsObject()) return false;
-  auto member = node.FindMember("type");
-  return member != node.MemberEnd() && member->value.IsString() && member->value == type;
+std::string_view TypeOf(const JsonValue& node) {
+  if (!node.IsObject()) return std::string_view();
+  auto member = FindNamed(node, "type");
+  if (member == node.MemberEnd() || !member->value.IsString()) return std::string_view();
+  return std::string_view(member->value.GetString(), member->value.GetStringLength());
+}
+
+bool HasType(const JsonValue& node, const char* type) { return TypeOf(node) == type; }
+
+const JsonValue* ObjectItems(const JsonValue& node) {
+  if (!node.IsObject()) return nullptr;
+  auto items = FindNamed(node, "items");
+  if (items == node.MemberEnd() || TypeOf(items->value) != "object") return nullptr;
+  return &items->value;
 }
 
 bool IsArrayOfObjects(const JsonValue& node) {
-  if (!HasType(node, "array")) return false;
-  auto items = node.FindMember("items");
-  return items != node.MemberEnd() && HasType(items->value, "object");
+  return TypeOf(node) == "array" && ObjectItems(node) != nullptr;
 }
 
 const JsonValue* FindProperties(const JsonValue& node) {
   if (!node.IsObject()) return nullptr;
-  auto member = node.FindMember("properties");
+  auto member = FindNamed(node, "properties");
   if (member == node.MemberEnd() || !member->value.IsObject()) return nullptr;
   return &member->value;
 }

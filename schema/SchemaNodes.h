@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "core/Json.h"
 #include "core/JsonDoc.h"
@@ -11,8 +12,17 @@ namespace CorvSchemaStore {
 // The node is an object whose member name is the boolean true.
 bool IsFlagTrue(const CorvConfigStore::JsonValue& node, const char* name);
 
-// The node is an object whose "type" is the one type name given.
+// The node's "type" when the node is an object whose "type" is a text;
+// empty otherwise.
+std::string_view TypeOf(const CorvConfigStore::JsonValue& node);
+
+// The node is an object whose "type" is the one type name given (a name,
+// never empty).
 bool HasType(const CorvConfigStore::JsonValue& node, const char* type);
+
+// The "items" of the node when it is an object whose "items" has "type"
+// "object"; null otherwise.
+const CorvConfigStore::JsonValue* ObjectItems(const CorvConfigStore::JsonValue& node);
 
 // The node describes a list of instances: "type" "array" with "items" of
 // "type" "object".

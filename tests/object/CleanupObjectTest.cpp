@@ -123,6 +123,51 @@ TEST(CleanupObjectTest, FlagThatIsNotABooleanRaisesJsonError) {
   EXPECT_TRUE(ThrowsJsonError([&] { Cleaned(schema, R"({"o":{}})", ""); }, "IsBool()"));
 }
 
+// The flags are found in one pass but read in a fixed order, each at the
+// first member of its name: a malformed flag raises 1082 only when reading
+// the flags one by one would reach it.
+TEST(CleanupObjectTest, FlagsAreReadInOrderEachAtItsFirstMember) {
+  auto withFlags = [](const std::string& flags) {
+    return SchemaFrom("k", R"({"type":"object","properties":{"o":{"type":"object",)" + flags +
+                               R"(,"properties":{}}}})");
+  };
+  EXPECT_EQ(Cleaned(withFlags(R"("cached":"yes","solutionUser":true)"), R"({"o":{}})", ""),
+            R"({"o":{}})");
+  EXPECT_EQ(Cleaned(withFlags(R"("cached":"yes","vital":true,"solutionUser":false)"),
+                    R"({"o":{}})", ""),
+            R"({"o":{}})");
+  EXPECT_TRUE(ThrowsJsonError(
+      [&] { Cleaned(withFlags(R"("vital":true,"solutionUser":"yes")"), R"({"o":{}})", ""); },
+      "IsBool()"));
+  EXPECT_TRUE(ThrowsJsonError(
+      [&] { Cleaned(withFlags(R"("solutionUser":false,"vital":1)"), R"({"o":{}})", ""); },
+      "IsBool()"));
+  EXPECT_EQ(Cleaned(withFlags(R"("vital":false,"vital":"yes","cached":false)"), R"({"o":{}})", ""),
+            "{}");
+  EXPECT_TRUE(ThrowsJsonError(
+      [&] { Cleaned(withFlags(R"("vital":"yes","vital":false)"), R"({"o":{}})", ""); },
+      "IsBool()"));
+  EXPECT_EQ(Cleaned(withFlags(R"("vital":true,"vital":false)"), R"({"o":{}})", ""),
+            R"({"o":{}})");
+}
+
+// Only a "type" that is the text "object" or "array" (its first member of
+// that name) makes a member one to clean.
+TEST(CleanupObjectTest, OnlyATypeTextDecidesWhatIsCleaned) {
+  auto withType = [](const std::string& type) {
+    return SchemaFrom("k", R"({"type":"object","properties":{)"
+                           R"("o":{)" + type + R"(,"properties":{}},)"
+                           R"("l":{"type":"array","items":{)" + type + R"(}}}})");
+  };
+  EXPECT_EQ(Cleaned(withType(R"("type":"object")"), R"({"o":{},"l":[{}]})", ""), "{}");
+  EXPECT_EQ(Cleaned(withType(R"("type":"object","type":"array")"), R"({"o":{},"l":[{}]})", ""),
+            "{}");
+  for (const char* type : {R"("type":["object"])", R"("type":"objects")", R"("type":"obj")",
+                           R"("type":"array","type":"object")"})
+    EXPECT_EQ(Cleaned(withType(type), R"({"o":{},"l":[{}]})", ""), R"({"o":{},"l":[{}]})")
+        << type;
+}
+
 TEST(CleanupObjectTest, SchemaWithoutPropertiesErasesNothing) {
   auto schema = SchemaFrom("k", R"({"type":"object"})");
   EXPECT_EQ(Cleaned(schema, R"({"o":{},"a":[]})", ""), R"({"o":{},"a":[]})");
