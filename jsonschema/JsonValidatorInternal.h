@@ -28,15 +28,20 @@ struct Options {
 
 // The JSON Pointer of the value being checked, behind the caller's prefix,
 // kept as the member names and item indexes on the way down. Most values
-// hold no error, so the text is made only for a record.
+// hold no error, so the text is made only for a record. The steps of
+// typical values fit in the path itself, so that a validation allocates
+// nothing for them; only a deeper value grows a list for the rest.
 class PointerPath {
  public:
   explicit PointerPath(const std::string& prefix);
+  // The steps may point into the path itself.
+  PointerPath(const PointerPath&) = delete;
+  PointerPath& operator=(const PointerPath&) = delete;
 
-  void PushName(const JsonValue& name) { steps_.push_back(Step{&name, 0}); }
-  void PushIndex(size_t index) { steps_.push_back(Step{nullptr, index}); }
-  void Pop() { steps_.pop_back(); }
-  size_t Depth() const { return steps_.size(); }
+  void PushName(const JsonValue& name) { Push(Step{&name, 0}); }
+  void PushIndex(size_t index) { Push(Step{nullptr, index}); }
+  void Pop() { --depth_; }
+  size_t Depth() const { return depth_; }
 
   // The pointer of the value depth steps down: the prefix, then "/" and
   // each name (with "~" and "/" escaped as "~0", "~1") or index. An empty
@@ -48,8 +53,21 @@ class PointerPath {
     const JsonValue* name;  // null for an index
     size_t index;
   };
+  static constexpr size_t kInlineSteps = 16;
+
+  void Push(const Step& step) {
+    if (depth_ == room_) Grow();
+    steps_[depth_++] = step;
+  }
+  // Moves the steps to a list with room for twice as many.
+  void Grow();
+
   std::string prefix_;
-  std::vector<Step> steps_;
+  Step* steps_ = inline_;  // inline_, or deeper_'s once a value is deeper
+  size_t depth_ = 0;
+  size_t room_ = kInlineSteps;
+  Step inline_[kInlineSteps];
+  std::vector<Step> deeper_;
 };
 
 // Appends an error about the value at path.

@@ -1,5 +1,6 @@
 // Error records, JSON Pointers, value descriptions and member schema lookup
 // for the validator.
+#include <algorithm>
 #include <string_view>
 
 #include "jsonschema/JsonValidatorInternal.h"
@@ -10,9 +11,6 @@ namespace {
 
 // Descriptions of values in messages stop after this many bytes.
 constexpr size_t kDescriptionLimit = 64;
-
-// Pointers of typical values stay this deep; deeper ones grow the list.
-constexpr size_t kTypicalDepth = 16;
 
 std::string CutShort(std::string text) {
   if (text.size() <= kDescriptionLimit) return text;
@@ -29,20 +27,27 @@ std::string CutShort(std::string text) {
 // separator of every pointer behind it.
 PointerPath::PointerPath(const std::string& prefix) : prefix_(prefix) {
   if (!prefix_.empty() && prefix_.back() == '/') prefix_.pop_back();
-  steps_.reserve(kTypicalDepth);
+}
+
+void PointerPath::Grow() {
+  std::vector<Step> longer(2 * room_);
+  std::copy(steps_, steps_ + depth_, longer.begin());
+  deeper_.swap(longer);
+  steps_ = deeper_.data();
+  room_ = deeper_.size();
 }
 
 std::string PointerPath::Render(size_t depth) const {
   std::string text = prefix_;
   for (size_t i = 0; i < depth; ++i) {
     text += '/';
-    const JsonValue* name = steps_[i].name;
-    if (name == nullptr) {
-      text += std::to_string(steps_[i].index);
+    const Step& step = steps_[i];
+    if (step.name == nullptr) {
+      text += std::to_string(step.index);
       continue;
     }
-    const char* characters = name->GetString();
-    for (rapidjson::SizeType j = 0; j < name->GetStringLength(); ++j) {
+    const char* characters = step.name->GetString();
+    for (rapidjson::SizeType j = 0; j < step.name->GetStringLength(); ++j) {
       if (characters[j] == '~')
         text += "~0";
       else if (characters[j] == '/')

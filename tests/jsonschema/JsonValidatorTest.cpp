@@ -758,6 +758,29 @@ TEST(JsonValidatorRepeatedNamesTest, ReportsEachRepeatedNameOnceWhereItRepeats) 
   EXPECT_EQ(Check("{}", R"({"a": 1, "b": [{"a": 1}, {"b": 2}], "A": 3})", {}), Records{});
 }
 
+// A path keeps its first steps in itself and grows a list for deeper ones:
+// pointers on either side of that room, far below it, and back above it
+// after the walk returns are all rendered whole.
+TEST(JsonValidatorRepeatedNamesTest, PointersOfAnyDepthAreRenderedWhole) {
+  const std::string repeated = "the object holds more than one member of this name";
+  // Each level repeats "r" and holds the next as the second item of the
+  // list "n~/", two steps further down: 20 levels reach 40 steps.
+  std::string deep, close, pointer = "/corv/deep";
+  Records expected;
+  for (int level = 0; level < 20; ++level) {
+    deep += R"({"r": 0, "r": 1, "n~/": [0, )";
+    close += "]}";
+    expected.push_back({pointer + "/r", repeated});
+    pointer += "/n~0~1/1";
+  }
+  const std::string text = R"({"deep": )" + deep + "{}" + close + R"(, "z": {"q": 1, "q": 2}})";
+  expected.push_back({"/corv/z/q", repeated});
+  // The record sixteen steps down, the last within the path's own room.
+  EXPECT_EQ(expected[7].first,
+            "/corv/deep/n~0~1/1/n~0~1/1/n~0~1/1/n~0~1/1/n~0~1/1/n~0~1/1/n~0~1/1/r");
+  EXPECT_EQ(Check("{}", text, {}, "/corv"), expected);
+}
+
 // Names are told apart by their length and some of their bytes first: two
 // names of any length that differ in any one byte are never taken as one.
 TEST(JsonValidatorRepeatedNamesTest, NamesDifferingInAnyOneByteAreNotRepeats) {
