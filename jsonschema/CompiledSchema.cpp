@@ -234,6 +234,8 @@ const SchemaNode* CompiledSchema::Compile(const JsonValue& schema) {
   const JsonValue* notSchema = found[kNot];
   if (notSchema != nullptr && (notSchema->IsObject() || notSchema->IsBool()))
     node.notSchema = Compile(*notSchema);
+  node.checksCombinators = !node.allOf.schemas.empty() || node.anyOf.present ||
+                           node.oneOf.present || node.notSchema != nullptr;
 
   if (found[kEnum] != nullptr && found[kEnum]->IsArray()) node.enumValues = found[kEnum];
   node.constValue = found[kConst];

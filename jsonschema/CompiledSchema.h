@@ -114,6 +114,10 @@ struct SchemaNode {
   // Combinators.
   Branches allOf, anyOf, oneOf;
   const SchemaNode* notSchema = nullptr;  // an object or a boolean
+  // The node has a combinator to check: a branch of allOf, an anyOf or
+  // oneOf list (even an empty one, which no value matches), or a not. Most
+  // nodes have none, and the walk passes them over on this one test.
+  bool checksCombinators = false;
 
   // Value constraints.
   const JsonValue* enumValues = nullptr;  // a list

@@ -99,7 +99,7 @@ class Walker {
     } else if (value.IsArray()) {
       WalkItems(schema, value, path);
     }
-    if (options_.types) CheckCombinators(schema, value, path);
+    if (options_.types && schema.checksCombinators) CheckCombinators(schema, value, path);
   }
 
  private:

@@ -1,6 +1,7 @@
 // Compiled schemas: one compiled schema validates any number of values, on
 // any number of threads, with exactly the records the same schema gives
-// when used once; a keyword named twice counts where it is first named.
+// when used once; a keyword named twice counts where it is first named;
+// every combinator is checked wherever it stands.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -143,6 +144,36 @@ TEST(CompiledSchemaTest, KeywordNamedTwiceCountsWhereFirstNamed) {
   JsonDocument text = Parse("\"a\"");
   EXPECT_EQ(CheckCompiled(compiled, text, {0, 1}),
             (Records{{"/", "expected type integer, found string"}}));
+}
+
+// The walk skips the combinators of a node that has none, so each kind
+// must count on its own: alone in a node, as an empty list, and within the
+// branches, properties and items of other nodes.
+TEST(CompiledSchemaTest, EveryCombinatorIsCheckedWhereverItStands) {
+  JsonDocument schema = Parse(R"({"properties": {
+      "any": {"anyOf": [{"type": "integer"}]}, "noAny": {"anyOf": []},
+      "one": {"oneOf": [{"type": "integer"}]}, "noOne": {"oneOf": []},
+      "not": {"not": {"type": "string"}},
+      "all": {"allOf": [{"type": "integer"}]}, "noAll": {"allOf": []},
+      "list": {"items": {"not": {"type": "string"}}},
+      "nested": {"allOf": [{"anyOf": [{"oneOf": [{"not": {"type": "string"}}]}]}]},
+      "deep": {"allOf": [{"properties": {"x": {"oneOf": [{"type": "integer"}]}}}]}}})");
+  JsonValidator::CompiledSchema compiled(schema);
+  JsonDocument bad = Parse(R"({"any": "a", "noAny": 1, "one": "a", "noOne": 1, "not": "a",
+      "all": "a", "noAll": "a", "list": [1, "a"], "nested": "a", "deep": {"x": "a"}})");
+  EXPECT_EQ(CheckCompiled(compiled, bad, {0}),
+            (Records{{"/any", "value does not match any schema of anyOf"},
+                     {"/noAny", "value does not match any schema of anyOf"},
+                     {"/one", "value does not match any schema of oneOf"},
+                     {"/noOne", "value does not match any schema of oneOf"},
+                     {"/not", "value matches the schema of not"},
+                     {"/all", "expected type integer, found string"},
+                     {"/list/1", "value matches the schema of not"},
+                     {"/nested", "value does not match any schema of anyOf"},
+                     {"/deep/x", "value does not match any schema of oneOf"}}));
+  JsonDocument good = Parse(R"({"any": 1, "one": 1, "not": 1, "all": 1, "noAll": "a",
+      "list": [1, 2], "nested": 1, "deep": {"x": 1}})");
+  EXPECT_EQ(CheckCompiled(compiled, good, {0}), Records{});
 }
 
 TEST(CompiledSchemaTest, PropertyNamedTwiceCountsWhereFirstNamed) {
