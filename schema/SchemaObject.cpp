@@ -131,6 +131,7 @@ SchemaObject::SchemaObject(const std::string& component, const std::string& grou
   NormaliseKeySchema(document_, document_.GetAllocator());
 
   hasInstances_ = IsArrayOfObjects(document_);
+  valueSchema_ = hasInstances_ ? &document_["items"] : &document_;
   usesGeneratedIds_ = CorvSchemaStore::UsesGeneratedIds(document_);
   mayTagLayers_ = CorvSchemaStore::MayTagLayers(GetValueSchema());
   idMap_ = CorvConfigStore::NewJsonDocument();
@@ -190,10 +191,6 @@ const LayerTags& SchemaObject::GetLayerTags() const {
   std::call_once(layerTagsOnce_,
                  [this] { layerTags_ = std::make_unique<const LayerTags>(GetValueSchema()); });
   return *layerTags_;
-}
-
-const JsonValue& SchemaObject::GetValueSchema() const {
-  return hasInstances_ ? document_["items"] : static_cast<const JsonValue&>(document_);
 }
 
 std::shared_ptr<SchemaObject> MakeSchemaObject(const std::string& component,

@@ -119,7 +119,7 @@ class SchemaObject {
   bool IsInstanceForm() const { return hasInstances_; }
   // The node that describes one value: "items" for a key with instances,
   // the root otherwise.
-  const CorvConfigStore::JsonValue& GetValueSchema() const;
+  const CorvConfigStore::JsonValue& GetValueSchema() const { return *valueSchema_; }
 
  private:
   std::string component_, group_, key_;
@@ -129,6 +129,9 @@ class SchemaObject {
   std::shared_ptr<CorvConfigStore::JsonDoc> sharedIdMap_;
   std::shared_ptr<CorvConfigStore::JsonDoc> sharedDefaults_;
   bool hasInstances_ = false;
+  // Within document_, which never changes once made: found once, since
+  // every write of a value starts from it.
+  const CorvConfigStore::JsonValue* valueSchema_ = nullptr;
   bool usesGeneratedIds_ = false;
   bool mayTagLayers_ = true;
   std::string instanceIdProperty_;
