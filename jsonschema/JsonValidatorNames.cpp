@@ -4,6 +4,7 @@
 // meant: a read that merges layers keeps the last, a plain read meets the
 // first, and writing the merged value back moves members around.
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
 
 #include "jsonschema/JsonValidatorInternal.h"
@@ -19,6 +20,28 @@ std::string_view NameOf(const JsonValue& name) {
   return std::string_view(name.GetString(), name.GetStringLength());
 }
 
+// The names of a small object seen so far, as one bit of 256 for each,
+// picked by a hash of the name's signature (made at a fixed cost whatever
+// the length): a name whose bit is still clear cannot equal an earlier one,
+// so only the few names whose bit is taken are compared with the earlier
+// names.
+class SeenNames {
+ public:
+  // Marks the name; false when its bit was clear.
+  bool MaybeSeen(std::string_view name) {
+    const NameSignature signature = NameSignature::Of(name);
+    const uint64_t hash = (signature.head ^ signature.length) * 0x9E3779B97F4A7C15u;
+    const unsigned bit = static_cast<unsigned>(hash >> 56);
+    const uint64_t mask = uint64_t{1} << (bit & 63);
+    const bool taken = (bits_[bit >> 6] & mask) != 0;
+    bits_[bit >> 6] |= mask;
+    return taken;
+  }
+
+ private:
+  uint64_t bits_[4] = {};
+};
+
 // The members of object whose name an earlier member has, each name once.
 std::vector<const JsonValue*> RepeatedNames(const JsonValue& object) {
   std::vector<const JsonValue*> repeated;
@@ -26,14 +49,13 @@ std::vector<const JsonValue*> RepeatedNames(const JsonValue& object) {
   if (count < 2) return repeated;
   auto begin = object.MemberBegin();
   if (count <= kPairwiseMembers) {
-    NameSignature signatures[kPairwiseMembers];
+    SeenNames names;
     for (rapidjson::SizeType i = 0; i < count; ++i) {
       const std::string_view name = NameOf(begin[i].name);
-      signatures[i] = NameSignature::Of(name);
+      if (!names.MaybeSeen(name)) continue;
       bool earlier = false;
       for (rapidjson::SizeType j = 0; j < i && !earlier; ++j)
-        earlier = signatures[j] == signatures[i] &&
-                  (signatures[i].Whole() || NameOf(begin[j].name) == name);
+        earlier = NameOf(begin[j].name) == name;
       if (!earlier) continue;
       bool reported = false;
       for (const JsonValue* seen : repeated) reported = reported || NameOf(*seen) == name;

@@ -798,6 +798,26 @@ TEST(JsonValidatorRepeatedNamesTest, NamesDifferingInAnyOneByteAreNotRepeats) {
   }
 }
 
+// In objects of up to sixteen members, a repetition is found whichever two
+// places the name stands at, and distinct names are never taken as one.
+TEST(JsonValidatorRepeatedNamesTest, SmallObjectsFindARepetitionAtAnyTwoPlaces) {
+  const int members = 16;
+  auto object = [](int first, int second) {
+    std::string text = "{";
+    for (int i = 0; i < members; ++i)
+      text += std::string(i == 0 ? "" : ",") + "\"key" + std::to_string(i == second ? first : i) +
+              "\":" + std::to_string(i);
+    return text + "}";
+  };
+  EXPECT_EQ(Check("{}", object(0, -1), {}), Records{});
+  for (int first = 0; first < members; ++first)
+    for (int second = first + 1; second < members; ++second)
+      EXPECT_EQ(Check("{}", object(first, second), {}),
+                (Records{{"/key" + std::to_string(first),
+                          "the object holds more than one member of this name"}}))
+          << first << " " << second;
+}
+
 // Objects of more than sixteen members are checked by sorting their names:
 // the same records, in the order of the repetitions, whatever the size.
 TEST(JsonValidatorRepeatedNamesTest, LargeObjectsGiveTheSameRecords) {
