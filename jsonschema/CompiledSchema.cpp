@@ -260,6 +260,11 @@ const SchemaNode* CompiledSchema::Compile(const JsonValue& schema) {
     node.formatCheck = FormatCheckOf(format->GetString());
   }
   node.uniqueItems = IsTrue(found[kUniqueItems]);
+  node.checksValues = node.enumValues || node.constValue || node.minimum || node.maximum ||
+                      node.exclusiveMinimum || node.exclusiveMaximum || node.multipleOf ||
+                      node.minLength || node.maxLength || node.minItems || node.maxItems ||
+                      node.minProperties || node.maxProperties || node.pattern ||
+                      node.formatCheck || node.uniqueItems;
 
   node.vital = IsTrue(found[kVital]);
   node.cached = IsTrue(found[kCached]);

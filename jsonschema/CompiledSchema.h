@@ -134,6 +134,9 @@ struct SchemaNode {
   const JsonValue* format = nullptr;  // a text
   FormatCheck formatCheck = nullptr;  // null: the format is an annotation
   bool uniqueItems = false;
+  // The node has one of the value constraints above to check. Many nodes
+  // only name a type, and the walk passes them over on this one test.
+  bool checksValues = false;
 
   // Annotations, each written as true.
   bool vital = false;

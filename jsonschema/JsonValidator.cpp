@@ -92,7 +92,8 @@ class Walker {
     }
     if (!schema.json->IsObject()) return;
     if (options_.types) CheckType(schema, value, path);
-    if (options_.values) CheckValueConstraints(schema, value, path, *errors_);
+    if (options_.values && schema.checksValues)
+      CheckValueConstraints(schema, value, path, *errors_);
     if (value.IsObject()) {
       if (options_.required) CheckRequired(schema, value, path);
       WalkMembers(schema, value, path, closes);

@@ -1,7 +1,8 @@
 // Compiled schemas: one compiled schema validates any number of values, on
 // any number of threads, with exactly the records the same schema gives
 // when used once; a keyword named twice counts where it is first named;
-// every combinator is checked wherever it stands.
+// every combinator is checked wherever it stands, and every value
+// constraint as the only keyword of its node.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -174,6 +175,47 @@ TEST(CompiledSchemaTest, EveryCombinatorIsCheckedWhereverItStands) {
   JsonDocument good = Parse(R"({"any": 1, "one": 1, "not": 1, "all": 1, "noAll": "a",
       "list": [1, 2], "nested": 1, "deep": {"x": 1}})");
   EXPECT_EQ(CheckCompiled(compiled, good, {0}), Records{});
+}
+
+// The walk skips the value constraints of a node that has none, so each
+// keyword must count as the only one of its node.
+TEST(CompiledSchemaTest, EveryValueConstraintIsCheckedAlone) {
+  struct Case {
+    const char* schema;
+    const char* value;
+    Records expected;
+  };
+  const Case cases[] = {
+      {R"({"enum": [1]})", "2", {{"/", "value 2 is not one of the enum values [1]"}}},
+      {R"({"const": 1})", "2", {{"/", "value 2 is not the const value 1"}}},
+      {R"({"minimum": 5})", "2", {{"/", "value 2 is less than minimum 5"}}},
+      {R"({"maximum": 1})", "2", {{"/", "value 2 is greater than maximum 1"}}},
+      {R"({"exclusiveMinimum": 2})", "2",
+       {{"/", "value 2 is not greater than exclusiveMinimum 2"}}},
+      {R"({"exclusiveMaximum": 2})", "2", {{"/", "value 2 is not less than exclusiveMaximum 2"}}},
+      {R"({"multipleOf": 3})", "2", {{"/", "value 2 is not a multiple of 3"}}},
+      {R"({"minLength": 3})", R"("ab")",
+       {{"/", "string of 2 characters is shorter than minLength 3"}}},
+      {R"({"maxLength": 1})", R"("ab")",
+       {{"/", "string of 2 characters is longer than maxLength 1"}}},
+      {R"({"pattern": "^x"})", R"("ab")", {{"/", R"(string "ab" does not match pattern "^x")"}}},
+      {R"({"format": "ipv4"})", R"("ab")", {{"/", R"(string "ab" does not match format ipv4)"}}},
+      {R"({"minItems": 3})", "[1, 1]", {{"/", "array of 2 items is shorter than minItems 3"}}},
+      {R"({"maxItems": 1})", "[1, 1]", {{"/", "array of 2 items is longer than maxItems 1"}}},
+      {R"({"uniqueItems": true})", "[1, 1]", {{"/1", "item 1 equals item 0 (uniqueItems)"}}},
+      {R"({"minProperties": 3})", R"({"a": 1, "b": 1})",
+       {{"/", "object of 2 members has fewer than minProperties 3"}}},
+      {R"({"maxProperties": 1})", R"({"a": 1, "b": 1})",
+       {{"/", "object of 2 members has more than maxProperties 1"}}},
+      // Neither a type nor a format without a check constrains the value.
+      {R"({"type": "string", "format": "colour"})", R"("ab")", {}},
+  };
+  for (const Case& test : cases) {
+    JsonDocument schema = Parse(test.schema);
+    JsonValidator::CompiledSchema compiled(schema);
+    JsonDocument value = Parse(test.value);
+    EXPECT_EQ(CheckCompiled(compiled, value, {1}), test.expected) << test.schema;
+  }
 }
 
 TEST(CompiledSchemaTest, PropertyNamedTwiceCountsWhereFirstNamed) {
