@@ -168,6 +168,17 @@ TEST(CleanupObjectTest, OnlyATypeTextDecidesWhatIsCleaned) {
         << type;
 }
 
+// "properties", "type" and "items" are found by their whole names only, not
+// by a member whose name has their length or begins like them.
+TEST(CleanupObjectTest, SchemaKeywordsAreFoundByTheirWholeNames) {
+  auto schema = SchemaFrom("k", R"({"type":"object","propertiez":{"x":{"type":"object"}},)"
+                                R"("properties":{"o":{"typo":"array","type":"object"},)"
+                                R"("l":{"type":"array","itemz":{"type":"string"},)"
+                                R"("items":{"types":"string","type":"object"}},)"
+                                R"("m":{"type":"array","itemss":{"type":"object"}}}})");
+  EXPECT_EQ(Cleaned(schema, R"({"o":{},"l":[{}],"m":[{}],"x":{}})", ""), R"({"m":[{}],"x":{}})");
+}
+
 TEST(CleanupObjectTest, SchemaWithoutPropertiesErasesNothing) {
   auto schema = SchemaFrom("k", R"({"type":"object"})");
   EXPECT_EQ(Cleaned(schema, R"({"o":{},"a":[]})", ""), R"({"o":{},"a":[]})");
