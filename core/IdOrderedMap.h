@@ -26,6 +26,11 @@ class IdOrderedMap {
     if (found.second) entries_.emplace_back(id, T());
     return entries_[found.first->second].second;
   }
+  // Makes room for count entries, so that adding them moves none.
+  void reserve(size_t count) {
+    index_.reserve(count);
+    entries_.reserve(count);
+  }
   size_t count(const ConfigStoreObjectId& id) const { return index_.count(id); }
   size_t size() const { return entries_.size(); }
   bool empty() const { return entries_.empty(); }

@@ -109,6 +109,7 @@ void SetInstancesInternal(const ObjectList& objects, USERDATA_CONTEXT context,
                           const OperationContext& op, const Connection& conn,
                           const RowWritten& written) {
   RowLayersById rows;
+  rows.reserve(objects.size());
   for (const ObjectPtr& object : objects)
     if (!IsNull(object, "SetInstancesInternal"))
       rows[IdOf(object)] = SplitRow(object, context, op);

@@ -64,3 +64,14 @@ TEST(IdOrderedMapTest, ValuesCanBeChangedThroughAPass) {
   EXPECT_EQ(map[Port("a")], 10);
   EXPECT_EQ(map[Port("b")], 20);
 }
+
+TEST(IdOrderedMapTest, RoomMadeAheadKeepsEntriesWhereTheyAre) {
+  IdOrderedMap<int> map;
+  map.reserve(100);
+  map[Port("first")] = 1;
+  const int* first = &map[Port("first")];
+  for (int i = 0; i < 99; ++i) map[Port("p" + std::to_string(i))] = i;
+  EXPECT_EQ(first, &map[Port("first")]);
+  EXPECT_EQ(map.size(), 100u);
+  EXPECT_EQ(Instances(map).front(), "first");
+}
