@@ -8,13 +8,13 @@
 #include <corvconfigstore/ConfigStoreObject.h>
 #include <corvconfigstore/HostOperations.h>
 #include <corvconfigstore/Json.h>
-#include <rapidjson/schema.h>
 
 #include <memory>
 #include <string>
 
 #include "support/BenchData.h"
 #include "support/BenchStore.h"
+#include "support/RawValidator.h"
 #include "support/Results.h"
 
 namespace CorvBench {
@@ -30,32 +30,6 @@ bool LibValid(const std::string& text) {
   return ValidateStore().Lib().Validate(CorvConfigStore::CreateObject(HostId(), text)).empty();
 }
 
-// The key schema of the singleton, compiled once for rapidjson.
-class RawValidator {
- public:
-  RawValidator() {
-    schemaText_.Parse(SchemaOf(kHostKey).document.c_str());
-    schema_ = std::make_unique<rapidjson::SchemaDocument>(schemaText_);
-    validator_ = std::make_unique<rapidjson::SchemaValidator>(*schema_);
-  }
-
-  bool Valid(const rapidjson::Document& value) {
-    validator_->Reset();
-    return value.Accept(*validator_) && validator_->IsValid();
-  }
-
-  bool Valid(const std::string& text) {
-    rapidjson::Document value;
-    value.Parse(text.c_str());
-    return Valid(value);
-  }
-
- private:
-  rapidjson::Document schemaText_;
-  std::unique_ptr<rapidjson::SchemaDocument> schema_;
-  std::unique_ptr<rapidjson::SchemaValidator> validator_;
-};
-
 void LibValidate(benchmark::State& state) {
   Expect(state, LibValid(HostJson(5)) && !LibValid(InvalidHostJson()),
          "the library does not tell the valid value from the invalid one");
@@ -67,7 +41,7 @@ void LibValidate(benchmark::State& state) {
 }
 
 void RawValidate(benchmark::State& state) {
-  RawValidator validator;
+  RawValidator validator(kHostKey);
   Expect(state, validator.Valid(HostJson(5)) && !validator.Valid(InvalidHostJson()),
          "rapidjson does not tell the valid value from the invalid one");
   rapidjson::Document value;

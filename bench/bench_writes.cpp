@@ -9,7 +9,9 @@
 // the schema's layer tags where the library does, serialise the layers and
 // run the library's own statements, prepared once, the reads of the two
 // switches included (support/RawSwitches.h). They do not validate: schema
-// validation is library work, measured alone in bench_validate.
+// validation is library work, measured alone in bench_validate. One more
+// twin of SetInstances, SetInstancesValidating, also checks each instance
+// with rapidjson's own validator, as a write of the store must.
 #include <benchmark/benchmark.h>
 #include <corvconfigstore/FilterSpecObject.h>
 #include <corvconfigstore/HostOperations.h>
@@ -26,6 +28,7 @@
 #include "support/BenchStore.h"
 #include "support/RawRows.h"
 #include "support/RawSwitches.h"
+#include "support/RawValidator.h"
 #include "support/Results.h"
 #include "support/SingletonCases.h"
 
@@ -240,8 +243,9 @@ void LibSetInstances(benchmark::State& state) {
 }
 
 // Every stored instance of the key deleted, then each instance written as a
-// whole row, in one transaction.
-void RawSetInstances(benchmark::State& state) {
+// whole row, in one transaction; each checked by validator first when one is
+// given.
+void RunRawSetInstances(benchmark::State& state, RawValidator* validator) {
   BenchStore& store = WriteStore();
   const CorvConfigStore::ConfigStoreObjectId key = KeyId(PortsKey(kSetInstancesCount));
   RawStatement clear(store.Raw(), Sql::kDeleteRows);
@@ -256,6 +260,7 @@ void RawSetInstances(benchmark::State& state) {
     clear.Run();
     for (const std::string& text : PortTexts()) {
       rapidjson::Value value = parser.Parse(text);
+      if (validator != nullptr && !validator->Valid(value)) FailRaw(store.Raw(), "refused");
       CorvConfigStore::ConfigStoreObjectId id = key;
       id.instanceId = writer.InstanceIdOf(value);
       writer.Write(id, value, allocator);
@@ -268,6 +273,17 @@ void RawSetInstances(benchmark::State& state) {
   ReportInstances(state, kSetInstancesCount);
 }
 
+void RawSetInstances(benchmark::State& state) { RunRawSetInstances(state, nullptr); }
+
+// The twin of a write that, as the library's must, checks each instance
+// against the key's schema: with rapidjson's own validator.
+void RawSetInstancesValidating(benchmark::State& state) {
+  RawValidator validator(PortsKey(kSetInstancesCount), true);
+  Expect(state, validator.Valid(PortTexts().front()) && !validator.Valid(R"({"name":"port1"})"),
+         "rapidjson does not tell a valid instance from an invalid one");
+  RunRawSetInstances(state, &validator);
+}
+
 BENCHMARK(LibSetUserData)->Name("Lib/SetUserData")->UseRealTime();
 BENCHMARK(RawSetUserData)->Name("Raw/SetUserData")->UseRealTime();
 BENCHMARK(LibSet)->Name("Lib/Set")->UseRealTime();
@@ -278,6 +294,15 @@ BENCHMARK(LibSwitchReads)->Name("Lib/SwitchReads")->Iterations(kSwitchReadIterat
 BENCHMARK(RawSwitchReads)->Name("Raw/SwitchReads")->Iterations(kSwitchReadIterations)->UseManualTime();
 BENCHMARK(LibSetInstances)->Name("Lib/SetInstances")->Arg(kSetInstancesCount)->UseRealTime();
 BENCHMARK(RawSetInstances)->Name("Raw/SetInstances")->Arg(kSetInstancesCount)->UseRealTime();
+// The same library call beside the validating twin.
+BENCHMARK(LibSetInstances)
+    ->Name("Lib/SetInstancesValidating")
+    ->Arg(kSetInstancesCount)
+    ->UseRealTime();
+BENCHMARK(RawSetInstancesValidating)
+    ->Name("Raw/SetInstancesValidating")
+    ->Arg(kSetInstancesCount)
+    ->UseRealTime();
 
 }  // namespace
 }  // namespace CorvBench
