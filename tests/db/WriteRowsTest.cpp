@@ -222,32 +222,31 @@ TEST_F(WriteRowsTest, SetInternalNeedsASchemaInTheCache) {
 TEST_F(WriteRowsTest, WriteCompleteInUpgradeContextTwoKeepsAnUnconfirmedFlagForLaterEntries) {
   ConfigStoreObjectId late = Id("late", "sys");  // not applied during upgrades
   ConfigStoreObjectId motd = Id("motd", "sys");
-  RowLayersById columns;
-  columns[late].user = R"({"text":"l"})";
-  columns[motd].user = R"({"text":"m"})";
+  // The rows of ids, added in that order.
+  auto rows = [&](const std::vector<ConfigStoreObjectId>& ids) {
+    RowLayersById added;
+    for (const ConfigStoreObjectId& id : ids)
+      added[id].user = R"({"text":")" + id.key + R"("})";
+    return added;
+  };
 
-  WriteCompleteConfigInstances(columns, OperationContext(), conn_);
+  WriteCompleteConfigInstances(rows({late, motd}), OperationContext(), conn_);
   EXPECT_EQ(Column(late, "Success"), "1");
   EXPECT_EQ(Column(motd, "Success"), "1");
 
   // Rows are written in the order they were added: motd after late.
   SetUpgradeCtx(2);
-  WriteCompleteConfigInstances(columns, OperationContext(), conn_);
+  WriteCompleteConfigInstances(rows({late, motd}), OperationContext(), conn_);
   EXPECT_EQ(Column(late, "Success"), "0");
   EXPECT_EQ(Column(motd, "Success"), "0");
 
   // Added before late, motd is written first and stays confirmed.
-  RowLayersById motdFirst;
-  motdFirst[motd].user = R"({"text":"m"})";
-  motdFirst[late].user = R"({"text":"l"})";
-  WriteCompleteConfigInstances(motdFirst, OperationContext(), conn_);
+  WriteCompleteConfigInstances(rows({motd, late}), OperationContext(), conn_);
   EXPECT_EQ(Column(late, "Success"), "0");
   EXPECT_EQ(Column(motd, "Success"), "1");
 
   // Alone, an entry whose schema applies during upgrades stays confirmed.
-  RowLayersById single;
-  single[motd].user = R"({"text":"m"})";
-  WriteCompleteConfigInstances(single, OperationContext(), conn_);
+  WriteCompleteConfigInstances(rows({motd}), OperationContext(), conn_);
   EXPECT_EQ(Column(motd, "Success"), "1");
 }
 
