@@ -8,10 +8,10 @@
 // stops with kFailed instead of running for hours.
 //
 // Patterns are also compiled to machine code where PCRE2 can (its JIT), since
-// a JIT search of a typical pattern costs a tenth of an interpreted one. The
-// JIT bounds a search differently (its own stack, no heap or depth limit), so
-// a JIT search that stops on any limit is run again by the interpreter, and
-// every failure reported is the interpreter's.
+// a JIT search of a typical pattern costs about a third of an interpreted
+// one. The JIT bounds a search differently (its own stack, no heap or depth
+// limit), so a JIT search that stops on any limit is run again by the
+// interpreter, and every failure reported is the interpreter's.
 #include "jsonschema/JsonPattern.h"
 
 #define PCRE2_CODE_UNIT_WIDTH 8

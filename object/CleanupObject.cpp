@@ -6,6 +6,7 @@
 #include <corvconfigstore/Logger.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -32,17 +33,8 @@ using CorvSchemaStore::TypeOf;
 // they are then read in that order, so that a flag that is present but not a
 // boolean raises code 1082 exactly when reading them one by one would.
 bool IsUserConfig(const JsonValue& node) {
-  enum { kSolutionUser, kVital, kCached, kFlagCount };
-  const JsonValue* flags[kFlagCount] = {};
-  for (const auto& member : node.GetObject()) {
-    std::string_view name(member.name.GetString(), member.name.GetStringLength());
-    int flag = name == "solutionUser" ? kSolutionUser
-               : name == "vital"      ? kVital
-               : name == "cached"     ? kCached
-                                      : kFlagCount;
-    if (flag != kFlagCount && flags[flag] == nullptr) flags[flag] = &member.value;
-  }
-  for (const JsonValue* flag : flags)
+  static constexpr std::array<std::string_view, 3> kFlags = {"solutionUser", "vital", "cached"};
+  for (const JsonValue* flag : CorvSchemaStore::FirstMembersNamed(node, kFlags))
     if (flag != nullptr && flag->GetBool()) return false;
   return true;
 }

@@ -1,7 +1,10 @@
 // Reading a value schema's layer tags into a tree.
 #include "schema/LayerTags.h"
 
-#include <cstring>
+#include <array>
+#include <string_view>
+
+#include "schema/SchemaNodes.h"
 
 namespace CorvSchemaStore {
 
@@ -15,31 +18,19 @@ const LayerTagNode* LayerTags::Read(const JsonValue& node) {
   read.json = &node;
   read.isObject = node.IsObject();
   if (!read.isObject) return &read;
-  const JsonValue* properties = nullptr;
-  const JsonValue* type = nullptr;
-  const JsonValue* items = nullptr;
-  for (const auto& member : node.GetObject()) {
-    const std::string_view name(member.name.GetString(), member.name.GetStringLength());
-    const JsonValue** slot = name == "instanceId"   ? &read.instanceId
-                             : name == "vital"      ? &read.vital
-                             : name == "cached"     ? &read.cached
-                             : name == "properties" ? &properties
-                             : name == "type"       ? &type
-                             : name == "items"      ? &items
-                                                    : nullptr;
-    if (slot != nullptr && *slot == nullptr) *slot = &member.value;
-  }
-  if (properties != nullptr && properties->IsObject()) {
+  static constexpr std::array<std::string_view, 3> kTags = {"instanceId", "vital", "cached"};
+  const auto tags = FirstMembersNamed(node, kTags);
+  read.instanceId = tags[0];
+  read.vital = tags[1];
+  read.cached = tags[2];
+  if (const JsonValue* properties = FindProperties(node)) {
     for (const auto& property : properties->GetObject()) {
       const std::string_view name(property.name.GetString(), property.name.GetStringLength());
       if (read.Property(name) == nullptr) read.properties.emplace_back(name, Read(property.value));
     }
   }
-  read.isArray =
-      type != nullptr && type->IsString() && std::strcmp(type->GetString(), "array") == 0;
-  if (items != nullptr && items->IsObject() && items->HasMember("type") &&
-      (*items)["type"].IsString() && std::strcmp((*items)["type"].GetString(), "object") == 0)
-    read.objectItems = Read(*items);
+  read.isArray = TypeOf(node) == "array";
+  if (const JsonValue* items = ObjectItems(node)) read.objectItems = Read(*items);
   return &read;
 }
 

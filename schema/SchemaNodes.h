@@ -1,6 +1,8 @@
 // Small questions asked of one node of a key schema by every walk of it.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -8,6 +10,23 @@
 #include "core/JsonDoc.h"
 
 namespace CorvSchemaStore {
+
+// The first member of node (an object) of each of names, null where there
+// is none: what a look-up of each name finds, in one pass over its members.
+template <size_t N>
+std::array<const CorvConfigStore::JsonValue*, N> FirstMembersNamed(
+    const CorvConfigStore::JsonValue& node, const std::array<std::string_view, N>& names) {
+  std::array<const CorvConfigStore::JsonValue*, N> found{};
+  for (const auto& member : node.GetObject()) {
+    const std::string_view name(member.name.GetString(), member.name.GetStringLength());
+    for (size_t i = 0; i < N; ++i) {
+      if (name != names[i]) continue;
+      if (found[i] == nullptr) found[i] = &member.value;
+      break;
+    }
+  }
+  return found;
+}
 
 // The node is an object whose member name is the boolean true.
 bool IsFlagTrue(const CorvConfigStore::JsonValue& node, const char* name);
